@@ -1,0 +1,28 @@
+# Thin wrapper around CMake; `make run`, `make test` and `make bench` do all the set-up.
+BUILD ?= build
+JOBS ?= $(shell nproc)
+
+.PHONY: all deps build run test bench fuzz clean
+
+all: build
+
+deps:
+	@./scripts/install-deps
+
+$(BUILD)/CMakeCache.txt:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	"$(BUILD)/Nimbra Mobile Launcher.app/Contents/MacOS/nimbra-mobile-launcher"
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	./bench/run $(BUILD)
+
+clean:
+	rm -rf $(BUILD)

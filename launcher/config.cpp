@@ -1,0 +1,264 @@
+#include "config.h"
+
+namespace Config {
+
+namespace {
+
+const QString VersionToken = QStringLiteral("$VERSION");
+
+// The separators of "[ ,=\t]+", tested by hand: a regular expression per line costs more than
+// the rest of loading together.
+bool IsLineSeparator(QChar c)
+{
+    return c == u' ' || c == u',' || c == u'=' || c == u'\t';
+}
+
+// What "\s" matches in QRegularExpression, which runs PCRE2 without Unicode properties: ASCII
+// whitespace only, so a no-break space stays inside an argument.
+bool IsValueSpace(QChar c)
+{
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
+
+QString FirstLineToken(const QString& line)
+{
+    qsizetype end = 0;
+    while (end < line.size() && !IsLineSeparator(line[end]))
+        ++end;
+    return line.left(end);
+}
+
+int FindSection(const QList<ConfigSection>& sections, const QString& name)
+{
+    for (int i = 0; i < sections.size(); ++i) {
+        if (sections[i].name == name)
+            return i;
+    }
+    return -1;
+}
+
+void ReadVersionLine(Reader& reader, const QString& line)
+{
+    const QStringList tokens = SplitLineTokens(line);
+    for (qsizetype i = 1; i < tokens.size(); ++i) {
+        qint64 number = 0;
+        if (!tokens[i].isEmpty() && ParseLong(tokens[i], &number)) {
+            reader.version = static_cast<qint32>(number);
+            return;
+        }
+    }
+}
+
+OptionEntry ParseEntryLine(const QString& line, bool* ok)
+{
+    const QStringList pieces = line.split(u'"', Qt::SkipEmptyParts);
+    *ok = !pieces.isEmpty();
+    if (!*ok)
+        return {};
+    QString key = pieces[0];
+    key.replace(QStringLiteral("\\t"), QStringLiteral("\t"));
+    return {key, pieces.size() >= 3 ? pieces[2] : QString()};
+}
+
+} // namespace
+
+bool IsAcceptedVersion(qint32 version)
+{
+    return version >= 103 && version <= 106;
+}
+
+QList<ConfigSection> NewSections()
+{
+    return {{QStringLiteral("[Profile]"), {}, nullptr},
+            {QStringLiteral("[Resolution]"), {}, nullptr},
+            {QStringLiteral("[PixelDensity]"), {}, nullptr},
+            {QStringLiteral("[Input]"), {}, nullptr}};
+}
+
+bool ParseLong(const QString& text, qint64* value)
+{
+    bool ok = false;
+    *value = text.toLongLong(&ok, 10);
+    return ok;
+}
+
+QStringList SplitLineTokens(const QString& line)
+{
+    QStringList tokens;
+    qsizetype start = 0;
+    qsizetype i = 0;
+    while (i < line.size()) {
+        if (!IsLineSeparator(line[i])) {
+            ++i;
+            continue;
+        }
+        tokens.append(line.mid(start, i - start));
+        while (i < line.size() && IsLineSeparator(line[i]))
+            ++i;
+        start = i;
+    }
+    tokens.append(line.mid(start));
+    return tokens;
+}
+
+QStringList SplitValueTokens(const QString& value)
+{
+    QStringList tokens;
+    qsizetype i = 0;
+    while (i < value.size()) {
+        while (i < value.size() && IsValueSpace(value[i]))
+            ++i;
+        const qsizetype start = i;
+        while (i < value.size() && !IsValueSpace(value[i]))
+            ++i;
+        if (i > start)
+            tokens.append(value.mid(start, i - start));
+    }
+    return tokens;
+}
+
+void ReadLine(Reader& reader, const QString& line)
+{
+    if (line.isEmpty())
+        return;
+    const QString first = FirstLineToken(line);
+    if (first.startsWith(u'#'))
+        return;
+    if (first == VersionToken) {
+        ReadVersionLine(reader, line);
+        return;
+    }
+    const int header = FindSection(*reader.sections, first);
+    if (header >= 0) {
+        reader.current = header;
+        return;
+    }
+    if (reader.current < 0)
+        return;
+    bool ok = false;
+    const OptionEntry entry = ParseEntryLine(line, &ok);
+    if (ok)
+        (*reader.sections)[reader.current].entries.append(entry);
+}
+
+qint32 ReadText(const QString& text, QList<ConfigSection>& sections)
+{
+    Reader reader{&sections};
+    qsizetype start = 0;
+    while (start < text.size()) {
+        qsizetype end = text.indexOf(u'\n', start);
+        if (end < 0)
+            end = text.size();
+        ReadLine(reader, text.mid(start, end - start));
+        start = end + 1;
+    }
+    return reader.version;
+}
+
+void AddDefaultEntries(QList<ConfigSection>& sections)
+{
+    for (ConfigSection& section : sections) {
+        if (section.entries.isEmpty())
+            section.entries.append({QStringLiteral("Default"), QString()});
+    }
+}
+
+void ParseProfileValue(const QString& value, const QList<ConfigSection>& sections,
+                       Profile& profile)
+{
+    const QStringList tokens = SplitValueTokens(value);
+    for (qsizetype i = 0; i < tokens.size(); ++i) {
+        int section = -1;
+        for (int k = 1; k < SectionCount && section < 0; ++k) {
+            if (tokens[i] == sections[k].name)
+                section = k;
+        }
+        if (section < 0) {
+            profile.arguments += u' ' + tokens[i];
+            continue;
+        }
+        qint64 number = 0;
+        if (i + 1 < tokens.size() && ParseLong(tokens[i + 1], &number)) {
+            profile.optionIndex[section - 1] = static_cast<qint32>(number);
+            ++i;
+        }
+    }
+}
+
+QList<Profile> ProfilesFromSection(const QList<ConfigSection>& sections)
+{
+    QList<Profile> profiles;
+    profiles.reserve(sections[ProfileSection].entries.size());
+    for (const OptionEntry& entry : sections[ProfileSection].entries) {
+        Profile profile;
+        profile.name = entry.key;
+        ParseProfileValue(entry.value, sections, profile);
+        profiles.append(profile);
+    }
+    return profiles;
+}
+
+QString ProfileValue(const QList<ConfigSection>& sections, const Profile& profile)
+{
+    QString text;
+    for (int k = 1; k < SectionCount; ++k) {
+        text += sections[k].name;
+        text += u' ';
+        text += QString::number(profile.optionIndex[k - 1]);
+        text += u' ';
+    }
+    text += profile.arguments.trimmed();
+    return text;
+}
+
+QString SectionDisplayName(const QString& sectionName, bool lowerCase)
+{
+    QString result;
+    bool previousLower = false;
+    for (const QChar c : sectionName) {
+        if (c == u'[' || c == u']')
+            continue;
+        const bool upper = c.category() == QChar::Letter_Uppercase;
+        if (previousLower && upper)
+            result += u' ';
+        previousLower = c.category() == QChar::Letter_Lowercase;
+        result += (lowerCase && upper) ? c.toLower() : c;
+    }
+    return result;
+}
+
+void StoreProfiles(QList<ConfigSection>& sections, const QList<Profile>& profiles)
+{
+    QList<OptionEntry>& entries = sections[ProfileSection].entries;
+    entries.clear();
+    entries.reserve(profiles.size());
+    for (const Profile& profile : profiles)
+        entries.append({profile.name, ProfileValue(sections, profile)});
+}
+
+QString FormatText(const QList<ConfigSection>& sections)
+{
+    QString text = QStringLiteral(
+        "# A configuration out for the Nimbra Mobile Launcher.\n"
+        "# It makes it easy to start multiple instances with various command line\n"
+        "# options.\n"
+        "#\n"
+        "# Note that the arguments are just concatenated together, so start new\n"
+        "# arguments with a space in the string to avoid errors.\n"
+        "\n");
+    text += VersionToken + u'\t' + QString::number(CurrentVersion) + QStringLiteral("\n\n");
+    for (const ConfigSection& section : sections) {
+        text += section.name + u'\n';
+        for (const OptionEntry& entry : section.entries) {
+            text += u'"';
+            text += entry.key;
+            text += QStringLiteral("\"\t\"");
+            text += entry.value;
+            text += QStringLiteral("\"\n");
+        }
+        text += u'\n';
+    }
+    return text;
+}
+
+} // namespace Config

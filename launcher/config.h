@@ -1,0 +1,83 @@
+// The Launcher.ini text format: records of the configuration model and the pure functions
+// that read and write them. Nothing here touches a widget, so tests and the fuzzer use it
+// without a window.
+#pragma once
+
+#include <QList>
+#include <QString>
+
+class QComboBox;
+
+struct OptionEntry
+{
+    QString key;
+    QString value;
+};
+
+struct ConfigSection
+{
+    QString name;  // the header line as written, brackets included
+    QList<OptionEntry> entries;
+    QComboBox* comboBox = nullptr;  // not owned; set for the option sections only
+};
+
+struct Profile
+{
+    QString name;
+    QString arguments;
+    qint32 optionIndex[3] = {0, 0, 0};
+};
+
+namespace Config {
+
+constexpr qint32 CurrentVersion = 106;
+constexpr int SectionCount = 4;
+constexpr int ProfileSection = 0;
+
+bool IsAcceptedVersion(qint32 version);
+
+// The four sections every model holds, empty, in their fixed order.
+QList<ConfigSection> NewSections();
+
+// Decimal number as QString::toLong parses it on a 64-bit platform.
+bool ParseLong(const QString& text, qint64* value);
+
+// Tokens of a line split at runs of blanks, commas, equals signs and tabs, empty ones kept.
+QStringList SplitLineTokens(const QString& line);
+
+// Tokens of a profile value split at runs of ASCII whitespace, empty ones dropped.
+QStringList SplitValueTokens(const QString& value);
+
+// Reader state across the lines of one file.
+struct Reader
+{
+    QList<ConfigSection>* sections;
+    int current = -1;
+    qint32 version = 0;
+};
+
+void ReadLine(Reader& reader, const QString& line);
+
+// Reads decoded file text line by line into sections; returns the version found (0 if none).
+qint32 ReadText(const QString& text, QList<ConfigSection>& sections);
+
+// Gives every empty section one "Default" entry with an empty value.
+void AddDefaultEntries(QList<ConfigSection>& sections);
+
+// Parses a profile value text into optionIndex and arguments of profile.
+void ParseProfileValue(const QString& value, const QList<ConfigSection>& sections,
+                       Profile& profile);
+
+QList<Profile> ProfilesFromSection(const QList<ConfigSection>& sections);
+
+QString ProfileValue(const QList<ConfigSection>& sections, const Profile& profile);
+
+QString SectionDisplayName(const QString& sectionName, bool lowerCase);
+
+// Section 0 rebuilt from the profiles, in their order.
+void StoreProfiles(QList<ConfigSection>& sections, const QList<Profile>& profiles);
+
+// The whole file as the saver writes it.
+QString FormatText(const QList<ConfigSection>& sections);
+
+} // namespace Config

@@ -1,0 +1,45 @@
+#include "filelocations.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QStandardPaths>
+
+namespace {
+
+// The app folder is laid out like a macOS bundle on every platform: the executable sits in
+// Contents/MacOS and everything it ships in Contents/Resources.
+QString ResourcePath(const QString& name)
+{
+    return QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/../Resources/") + name)
+        .absolutePath();
+}
+
+} // namespace
+
+QString GetFileName(int kind)
+{
+    QString result;
+    switch (kind) {
+    case UserConfigFile:
+        result = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                 QStringLiteral("/Nimbra Mobile/Launcher.ini");
+        break;
+    case DefaultConfigFile:
+        result = ResourcePath(QStringLiteral("LauncherDefault.ini"));
+        break;
+    case HelpFile:
+        result = ResourcePath(QStringLiteral("LauncherHelp.html"));
+        break;
+    case EmulatorFile:
+        result = ResourcePath(QStringLiteral("Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile"));
+        break;
+    default:
+        break;
+    }
+    // Built by hand: Qt 6's debug stream would escape quotes in the path and drop the
+    // closing blank that the trace has always ended with.
+    qDebug().noquote() << QStringLiteral("GetFileName( ") + QString::number(kind) +
+                              QStringLiteral(" ): result= \"") + result + QStringLiteral("\" ");
+    return result;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+enum FileKind {
+    UserConfigFile = 0,
+    DefaultConfigFile = 1,
+    HelpFile = 2,
+    EmulatorFile = 3,
+};
+
+// Path of the file of the given kind, traced at debug level on every call; empty for an
+// unknown kind.
+QString GetFileName(int kind);

@@ -1,0 +1,216 @@
+// The main window: construction, profile selection, launching and help.
+#include "launcher.h"
+
+#include "filelocations.h"
+
+#include <QComboBox>
+#include <QDesktopServices>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProcess>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStyleOptionSlider>
+#include <QUrl>
+
+#include <cstdlib>
+
+QSize ProfileQListWidget::sizeHint() const
+{
+    const QStyleOptionSlider option;
+    const int scrollBarExtent = verticalScrollBar()->style()->pixelMetric(
+        QStyle::PM_ScrollBarExtent, &option, verticalScrollBar());
+    return QSize(sizeHintForColumn(0) + scrollBarExtent + 5, 192);
+}
+
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
+{
+    setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
+    LoadStartupConfig();
+    BuildControls();
+
+    OnProfileChanged(0);
+    // The Remove buttons start disabled even when the first profile selects a later entry.
+    m_removeResolutionButton->setEnabled(false);
+    RefreshAddUpdateButton();
+    m_removePixelDensityButton->setEnabled(false);
+    RefreshAddUpdateButton();
+}
+
+MainWindow::~MainWindow()
+{
+    SaveConfig();
+}
+
+void MainWindow::LoadStartupConfig()
+{
+    if (LoadConfig(GetFileName(UserConfigFile), true))
+        return;
+    if (LoadConfig(GetFileName(DefaultConfigFile), false))
+        return;
+
+    QMessageBox box;
+    box.setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
+    box.setText(QStringLiteral("Unable to start Nimbra Mobile Emulator Launcher"));
+    box.setInformativeText(QStringLiteral("Unable to read configuration file."));
+    box.setIcon(QMessageBox::Critical);
+    box.exec();
+    // Nothing was built that needs tearing down, and the destructor must not save.
+    std::exit(1);
+}
+
+void MainWindow::BuildControls()
+{
+    auto* central = new QWidget(this);
+    setCentralWidget(central);
+    auto* outer = new QVBoxLayout;
+
+    auto* group = new QGroupBox(QStringLiteral("Profile"));
+    outer->addWidget(group, 0);
+    auto* groupLayout = new QHBoxLayout;
+    group->setLayout(groupLayout);
+    auto* profileGrid = new QGridLayout;
+    groupLayout->addLayout(profileGrid, 0);
+
+    m_profileList = new ProfileQListWidget;
+    QStringList names;
+    for (const Profile& profile : m_profiles)
+        names.append(profile.name);
+    m_profileList->addItems(names);
+    m_profileList->setCurrentRow(0);
+    // Connected only now, so that the first selection runs no slot.
+    connect(m_profileList, &QListWidget::currentRowChanged, this, &MainWindow::OnProfileChanged);
+    profileGrid->addWidget(m_profileList, 0, 0, 1, -1);
+
+    m_addUpdateButton = new QPushButton(QStringLiteral("Add"));
+    connect(m_addUpdateButton, &QPushButton::clicked, this, &MainWindow::OnAddUpdateProfile);
+    m_removeProfileButton = new QPushButton(QStringLiteral("Remove"));
+    connect(m_removeProfileButton, &QPushButton::clicked, this, &MainWindow::OnRemoveProfile);
+    profileGrid->addWidget(m_addUpdateButton, 1, 0);
+    profileGrid->addWidget(m_removeProfileButton, 1, 1);
+
+    auto* form = new QFormLayout;
+    for (int section = 1; section < Config::SectionCount; ++section) {
+        auto* label = new QLabel(GetSectionDisplayName(m_sections[section].name, false));
+        QLayout* row = BuildOptionRow(section);
+        label->setBuddy(m_sections[section].comboBox);
+        form->addRow(label, row);
+    }
+
+    m_argumentsEdit = new QLineEdit;
+    connect(m_argumentsEdit, &QLineEdit::textChanged, this, &MainWindow::OnTextCtrlEdit);
+    form->addRow(QStringLiteral("&Arguments"), m_argumentsEdit);
+
+    groupLayout->addSpacing(10);
+    groupLayout->addLayout(form, 0);
+
+    auto* help = new QPushButton(QStringLiteral("&Help"));
+    connect(help, &QPushButton::clicked, this, &MainWindow::OnHelp);
+    auto* launch = new QPushButton(QStringLiteral("&Launch"));
+    connect(launch, &QPushButton::clicked, this, &MainWindow::OnLaunch);
+    auto* buttons = new QDialogButtonBox;
+    buttons->addButton(help, QDialogButtonBox::HelpRole);
+    buttons->addButton(launch, QDialogButtonBox::AcceptRole);
+    outer->addWidget(buttons, 0);
+    central->setLayout(outer);
+}
+
+QLayout* MainWindow::BuildOptionRow(int section)
+{
+    auto* grid = new QGridLayout;
+    auto* comboBox = new QComboBox;
+    m_sections[section].comboBox = comboBox;
+    QStringList keys;
+    for (const OptionEntry& entry : m_sections[section].entries)
+        keys.append(entry.key);
+    comboBox->insertItems(0, keys);
+    grid->addWidget(comboBox, 0, 0, 1, -1);
+
+    QPushButton* add = nullptr;
+    QPushButton* remove = nullptr;
+    if (section == 1) {
+        connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnResolution);
+        add = new QPushButton(QStringLiteral("Add"));
+        connect(add, &QPushButton::clicked, this, &MainWindow::OnAddResolution);
+        remove = m_removeResolutionButton = new QPushButton(QStringLiteral("Remove"));
+        connect(remove, &QPushButton::clicked, this, &MainWindow::OnRemoveResolution);
+    } else if (section == 2) {
+        connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnPixelDensity);
+        add = new QPushButton(QStringLiteral("Add"));
+        connect(add, &QPushButton::clicked, this, &MainWindow::OnAddPixelDensity);
+        remove = m_removePixelDensityButton = new QPushButton(QStringLiteral("Remove"));
+        connect(remove, &QPushButton::clicked, this, &MainWindow::OnRemovePixelDensity);
+    } else {
+        connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnInput);
+    }
+    if (add) {
+        grid->addWidget(add, 1, 0);
+        grid->addWidget(remove, 1, 1);
+    }
+    comboBox->setCurrentIndex(0);
+    return grid;
+}
+
+QString MainWindow::GetControlsValueText() const
+{
+    QString text;
+    for (int k = 1; k < Config::SectionCount; ++k) {
+        text += QStringLiteral("%1 %2 ")
+                    .arg(m_sections[k].name)
+                    .arg(m_sections[k].comboBox->currentIndex());
+    }
+    return text + m_argumentsEdit->text().trimmed();
+}
+
+void MainWindow::RefreshAddUpdateButton()
+{
+    const int row = m_profileList->currentRow();
+    m_addUpdateButton->setText(row == 0 ? QStringLiteral("Add") : QStringLiteral("Update"));
+    m_addUpdateButton->setEnabled(GetControlsValueText() != GetProfileValue(m_profiles[row]));
+}
+
+void MainWindow::OnProfileChanged(int index)
+{
+    if (index < 0 || index >= m_profiles.size())
+        return;
+    // Each change runs that control's slot at once; they all end in a refresh.
+    for (int k = 1; k < m_sections.size(); ++k)
+        m_sections[k].comboBox->setCurrentIndex(m_profiles[index].optionIndex[k - 1]);
+    m_argumentsEdit->setText(m_profiles[index].arguments);
+    m_removeProfileButton->setEnabled(index != 0);
+    RefreshAddUpdateButton();
+}
+
+QString MainWindow::BuildLaunchCommand() const
+{
+    QString command = u'"' + GetFileName(EmulatorFile) + QStringLiteral("\" ");
+    for (int k = 1; k < m_sections.size(); ++k) {
+        const int i = m_sections[k].comboBox->currentIndex();
+        if (i >= 0 && i < m_sections[k].entries.size())
+            command += m_sections[k].entries[i].value;
+    }
+    command += QStringLiteral(" -profile-name \"") + m_profileList->currentItem()->text() +
+               QStringLiteral("\" ") + m_argumentsEdit->text();
+    return command;
+}
+
+void MainWindow::OnLaunch()
+{
+    // Qt 6 has no single-string startDetached; splitCommand applies the same quoting rules.
+    QStringList arguments = QProcess::splitCommand(BuildLaunchCommand());
+    const QString program = arguments.isEmpty() ? QString() : arguments.takeFirst();
+    if (!QProcess::startDetached(program, arguments)) {
+        QMessageBox::critical(this, QStringLiteral("Nimbra Mobile Emulator Launcher"),
+                              QStringLiteral("Failed to start Nimbra Mobile Emulator!"));
+    }
+}
+
+void MainWindow::OnHelp()
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(GetFileName(HelpFile)));
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "config.h"
+
+#include <QListWidget>
+#include <QMainWindow>
+
+class QLineEdit;
+class QPushButton;
+
+// The profile list: a plain QListWidget that asks for a fixed height and the width of its
+// longest name.
+class ProfileQListWidget : public QListWidget
+{
+    Q_OBJECT
+
+public:
+    ProfileQListWidget() = default;
+    ~ProfileQListWidget() override = default;
+
+    QSize sizeHint() const override;
+};
+
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    bool LoadConfig(const QString& fileName, bool renameIfOutdated);
+    QString RenameOutdatedConfig(qint32 version);
+    bool SaveConfig();
+
+    QString GetProfileValue(const Profile& profile) const;
+    QString GetSectionDisplayName(const QString& sectionName, bool lowerCase) const;
+
+public slots:
+    void OnProfileChanged(int index);
+    void OnAddUpdateProfile();
+    void OnRemoveProfile();
+    void OnResolution(int index);
+    void OnAddResolution();
+    void OnRemoveResolution();
+    void OnPixelDensity(int index);
+    void OnAddPixelDensity();
+    void OnRemovePixelDensity();
+    void OnInput();
+    void OnTextCtrlEdit();
+    void OnHelp();
+    void OnLaunch();
+
+private:
+    // Tests drive the window through its members, as its own slots do.
+    friend class MainWindowTest;
+
+    void LoadStartupConfig();
+    void BuildControls();
+    QLayout* BuildOptionRow(int section);
+    void RefreshAddUpdateButton();
+    QString GetControlsValueText() const;
+    void CopyControlsToProfile(Profile& profile);
+    bool ConfirmResolutionSize(int width, int height);
+    void AppendOption(int section, const QString& name, const QString& value);
+    bool RemoveCurrentOption(int section);
+    QString BuildLaunchCommand() const;
+
+    QList<Profile> m_profiles;
+    QList<ConfigSection> m_sections;
+    ProfileQListWidget* m_profileList = nullptr;
+    QPushButton* m_addUpdateButton = nullptr;
+    QPushButton* m_removeProfileButton = nullptr;
+    QLineEdit* m_argumentsEdit = nullptr;
+    QPushButton* m_removeResolutionButton = nullptr;
+    QPushButton* m_removePixelDensityButton = nullptr;
+};

@@ -1,0 +1,1 @@
+// Replaced by the single-instance implementation.
