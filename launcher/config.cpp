@@ -1,5 +1,12 @@
 #include "config.h"
 
+#include "atomicfile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTextStream>
+
 namespace Config {
 
 namespace {
@@ -155,6 +162,17 @@ qint32 ReadText(const QString& text, QList<ConfigSection>& sections)
     return reader.version;
 }
 
+bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return false;
+    sections = NewSections();
+    QTextStream in(&file);
+    *version = ReadText(in.readAll(), sections);
+    return true;
+}
+
 void AddDefaultEntries(QList<ConfigSection>& sections)
 {
     for (ConfigSection& section : sections) {
@@ -259,6 +277,12 @@ QString FormatText(const QList<ConfigSection>& sections)
         text += u'\n';
     }
     return text;
+}
+
+bool WriteFile(const QString& fileName, const QList<ConfigSection>& sections)
+{
+    QDir().mkpath(QFileInfo(fileName).absolutePath());
+    return WriteFileAtomically(fileName, FormatText(sections).toUtf8());
 }
 
 } // namespace Config

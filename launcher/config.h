@@ -61,6 +61,10 @@ void ReadLine(Reader& reader, const QString& line);
 // Reads decoded file text line by line into sections; returns the version found (0 if none).
 qint32 ReadText(const QString& text, QList<ConfigSection>& sections);
 
+// Reads the file at fileName (text mode, the text stream's default encoding) into four new
+// sections; false when it can't be opened, leaving sections untouched.
+bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version);
+
 // Gives every empty section one "Default" entry with an empty value.
 void AddDefaultEntries(QList<ConfigSection>& sections);
 
@@ -79,5 +83,8 @@ void StoreProfiles(QList<ConfigSection>& sections, const QList<Profile>& profile
 
 // The whole file as the saver writes it.
 QString FormatText(const QList<ConfigSection>& sections);
+
+// Writes FormatText to fileName atomically, creating its folder; false when nothing changed.
+bool WriteFile(const QString& fileName, const QList<ConfigSection>& sections);
 
 } // namespace Config

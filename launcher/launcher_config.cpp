@@ -1,13 +1,9 @@
 // Loading and saving of Launcher.ini by the main window.
-#include "atomicfile.h"
 #include "filelocations.h"
 #include "launcher.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QMessageBox>
-#include <QTextStream>
 
 namespace {
 
@@ -17,13 +13,9 @@ const QString WarningTitle = QStringLiteral("Nimbra Mobile Emulator Launcher War
 
 bool MainWindow::LoadConfig(const QString& fileName, bool renameIfOutdated)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+    qint32 version = 0;
+    if (!Config::ReadFile(fileName, m_sections, &version))
         return false;
-
-    m_sections = Config::NewSections();
-    QTextStream in(&file);
-    const qint32 version = Config::ReadText(in.readAll(), m_sections);
 
     if (!Config::IsAcceptedVersion(version)) {
         if (renameIfOutdated) {
@@ -60,11 +52,9 @@ bool MainWindow::SaveConfig()
     if (m_sections.size() < Config::SectionCount)
         return false;
 
-    const QString fileName = GetFileName(UserConfigFile);
-    QDir().mkpath(QFileInfo(fileName).absolutePath());
     Config::StoreProfiles(m_sections, m_profiles);
     // Nothing can act on a failure this late, at exit; the old file stays whole instead.
-    WriteFileAtomically(fileName, Config::FormatText(m_sections).toUtf8());
+    Config::WriteFile(GetFileName(UserConfigFile), m_sections);
     return true;
 }
 
