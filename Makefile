@@ -24,5 +24,14 @@ test: build
 bench: build
 	./bench/run $(BUILD)
 
+# The fuzzer needs clang and a build dir of its own; FUZZ_SECONDS sets how long it runs.
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
+
+fuzz:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DLAUNCHER_FUZZ=ON
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_config
+	./fuzz/run $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 clean:
 	rm -rf $(BUILD)

@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QTextStream>
 
+#include <charconv>
+
 namespace Config {
 
 namespace {
@@ -27,7 +29,7 @@ bool IsValueSpace(QChar c)
     return c == u' ' || (c >= u'\t' && c <= u'\r');
 }
 
-QString FirstLineToken(const QString& line)
+QStringView FirstLineToken(QStringView line)
 {
     qsizetype end = 0;
     while (end < line.size() && !IsLineSeparator(line[end]))
@@ -35,7 +37,7 @@ QString FirstLineToken(const QString& line)
     return line.left(end);
 }
 
-int FindSection(const QList<ConfigSection>& sections, const QString& name)
+int FindSection(const QList<ConfigSection>& sections, QStringView name)
 {
     for (int i = 0; i < sections.size(); ++i) {
         if (sections[i].name == name)
@@ -56,15 +58,40 @@ void ReadVersionLine(Reader& reader, const QString& line)
     }
 }
 
-OptionEntry ParseEntryLine(const QString& line, bool* ok)
+// The line's non-empty pieces between double quotes; only the first and third matter, so the
+// rest are never made into strings.
+OptionEntry ParseEntryLine(QStringView line, bool* ok)
 {
-    const QStringList pieces = line.split(u'"', Qt::SkipEmptyParts);
-    *ok = !pieces.isEmpty();
+    QStringView pieces[3];
+    int count = 0;
+    qsizetype start = 0;
+    while (count < 3 && start < line.size()) {
+        qsizetype end = line.indexOf(u'"', start);
+        if (end < 0)
+            end = line.size();
+        if (end > start)
+            pieces[count++] = line.mid(start, end - start);
+        start = end + 1;
+    }
+    *ok = count > 0;
     if (!*ok)
         return {};
-    QString key = pieces[0];
+    QString key = pieces[0].toString();
     key.replace(QStringLiteral("\\t"), QStringLiteral("\t"));
-    return {key, pieces.size() >= 3 ? pieces[2] : QString()};
+    return {key, count >= 3 ? pieces[2].toString() : QString()};
+}
+
+// The next run of characters that are not value whitespace, from *pos on; empty at the end.
+QStringView NextValueToken(QStringView value, qsizetype* pos)
+{
+    qsizetype i = *pos;
+    while (i < value.size() && IsValueSpace(value[i]))
+        ++i;
+    const qsizetype start = i;
+    while (i < value.size() && !IsValueSpace(value[i]))
+        ++i;
+    *pos = i;
+    return value.mid(start, i - start);
 }
 
 } // namespace
@@ -82,7 +109,7 @@ QList<ConfigSection> NewSections()
             {QStringLiteral("[Input]"), {}, nullptr}};
 }
 
-bool ParseLong(const QString& text, qint64* value)
+bool ParseLong(QStringView text, qint64* value)
 {
     bool ok = false;
     *value = text.toLongLong(&ok, 10);
@@ -128,7 +155,7 @@ void ReadLine(Reader& reader, const QString& line)
 {
     if (line.isEmpty())
         return;
-    const QString first = FirstLineToken(line);
+    const QStringView first = FirstLineToken(line);
     if (first.startsWith(u'#'))
         return;
     if (first == VersionToken) {
@@ -184,21 +211,29 @@ void AddDefaultEntries(QList<ConfigSection>& sections)
 void ParseProfileValue(const QString& value, const QList<ConfigSection>& sections,
                        Profile& profile)
 {
-    const QStringList tokens = SplitValueTokens(value);
-    for (qsizetype i = 0; i < tokens.size(); ++i) {
+    // Walks views into the value instead of a token list: this runs once per stored profile,
+    // and making every token a string was most of the time spent loading a large file.
+    qsizetype pos = 0;
+    QStringView token = NextValueToken(value, &pos);
+    while (!token.isEmpty()) {
         int section = -1;
         for (int k = 1; k < SectionCount && section < 0; ++k) {
-            if (tokens[i] == sections[k].name)
+            if (token == sections[k].name)
                 section = k;
         }
         if (section < 0) {
-            profile.arguments += u' ' + tokens[i];
+            profile.arguments += u' ';
+            profile.arguments += token;
+            token = NextValueToken(value, &pos);
             continue;
         }
+        const QStringView next = NextValueToken(value, &pos);
         qint64 number = 0;
-        if (i + 1 < tokens.size() && ParseLong(tokens[i + 1], &number)) {
+        if (!next.isEmpty() && ParseLong(next, &number)) {
             profile.optionIndex[section - 1] = static_cast<qint32>(number);
-            ++i;
+            token = NextValueToken(value, &pos);
+        } else {
+            token = next;
         }
     }
 }
@@ -218,14 +253,23 @@ QList<Profile> ProfilesFromSection(const QList<ConfigSection>& sections)
 
 QString ProfileValue(const QList<ConfigSection>& sections, const Profile& profile)
 {
+    const QString arguments = profile.arguments.trimmed();
+    // One allocation instead of one per piece: the saver calls this for every profile.
+    qsizetype size = arguments.size();
+    for (int k = 1; k < SectionCount; ++k)
+        size += sections[k].name.size() + 13; // two blanks and up to 11 characters of a qint32
     QString text;
+    text.reserve(size);
     for (int k = 1; k < SectionCount; ++k) {
         text += sections[k].name;
         text += u' ';
-        text += QString::number(profile.optionIndex[k - 1]);
+        char digits[16];
+        const qint32 index = profile.optionIndex[k - 1];
+        const char* end = std::to_chars(digits, digits + sizeof digits, index).ptr;
+        text += QLatin1String(digits, end);
         text += u' ';
     }
-    text += profile.arguments.trimmed();
+    text += arguments;
     return text;
 }
 

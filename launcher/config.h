@@ -40,7 +40,7 @@ bool IsAcceptedVersion(qint32 version);
 QList<ConfigSection> NewSections();
 
 // Decimal number as QString::toLong parses it on a 64-bit platform.
-bool ParseLong(const QString& text, qint64* value);
+bool ParseLong(QStringView text, qint64* value);
 
 // Tokens of a line split at runs of blanks, commas, equals signs and tabs, empty ones kept.
 QStringList SplitLineTokens(const QString& line);

@@ -78,6 +78,7 @@ void MainWindow::BuildControls()
     groupLayout->addLayout(profileGrid, 0);
 
     m_profileList = new ProfileQListWidget;
+    m_profileList->setAccessibleName(QStringLiteral("Profiles"));
     QStringList names;
     for (const Profile& profile : m_profiles)
         names.append(profile.name);
@@ -89,7 +90,11 @@ void MainWindow::BuildControls()
 
     m_addUpdateButton = new QPushButton(QStringLiteral("Add"));
     connect(m_addUpdateButton, &QPushButton::clicked, this, &MainWindow::OnAddUpdateProfile);
+    m_addUpdateButton->setAccessibleDescription(
+        QStringLiteral("Stores the chosen options as a new profile or in the selected one"));
     m_removeProfileButton = new QPushButton(QStringLiteral("Remove"));
+    // Screen readers announce a button by its name alone; the option rows have Removes too.
+    m_removeProfileButton->setAccessibleName(QStringLiteral("Remove profile"));
     connect(m_removeProfileButton, &QPushButton::clicked, this, &MainWindow::OnRemoveProfile);
     profileGrid->addWidget(m_addUpdateButton, 1, 0);
     profileGrid->addWidget(m_removeProfileButton, 1, 1);
@@ -118,6 +123,16 @@ void MainWindow::BuildControls()
     buttons->addButton(launch, QDialogButtonBox::AcceptRole);
     outer->addWidget(buttons, 0);
     central->setLayout(outer);
+
+    // The button box orders its buttons by platform convention, not by creation: Tab follows
+    // the order in which they are shown.
+    QWidget* previous = m_argumentsEdit;
+    for (int i = 0; i < buttons->layout()->count(); ++i) {
+        if (QWidget* button = buttons->layout()->itemAt(i)->widget()) {
+            QWidget::setTabOrder(previous, button);
+            previous = button;
+        }
+    }
 }
 
 QLayout* MainWindow::BuildOptionRow(int section)
@@ -149,6 +164,9 @@ QLayout* MainWindow::BuildOptionRow(int section)
         connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnInput);
     }
     if (add) {
+        const QString options = GetSectionDisplayName(m_sections[section].name, true);
+        add->setAccessibleName(QStringLiteral("Add ") + options);
+        remove->setAccessibleName(QStringLiteral("Remove ") + options);
         grid->addWidget(add, 1, 0);
         grid->addWidget(remove, 1, 1);
     }

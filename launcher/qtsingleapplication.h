@@ -1,8 +1,12 @@
 #pragma once
 
 #include <QApplication>
+#include <QPointer>
+
+#include <memory>
 
 class QLocalServer;
+class QLocalSocket;
 class QLockFile;
 class QWidget;
 
@@ -30,5 +34,19 @@ signals:
     void messageReceived(const QString& message);
 
 private:
-    // Filled in by the implementation.
+    enum class Role { Unknown, Primary, Secondary };
+
+    bool TryLock();
+    bool ServerAnswers() const;
+    void Listen();
+    void OnNewConnection();
+    void OnReadyRead(QLocalSocket* socket);
+
+    Role m_role = Role::Unknown;
+    QString m_lockPath;
+    QString m_serverPath;
+    // Declared before the server so the socket is gone before the lock is released.
+    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<QLocalServer> m_server;
+    QPointer<QWidget> m_window;
 };

@@ -1,0 +1,10 @@
+# The single-instance class, driven through real processes: a small helper program started
+# from copies at private paths (one identity per test), and the launcher itself.
+qt_add_executable(singleinstance_helper singleinstance_helper.cpp)
+target_link_libraries(singleinstance_helper PRIVATE launcherui)
+
+launcher_test(tst_singleinstance BARE SOURCES tst_singleinstance.cpp LIBS launcherui)
+target_compile_definitions(tst_singleinstance PRIVATE
+    SINGLEINSTANCE_HELPER="$<TARGET_FILE:singleinstance_helper>"
+    LAUNCHER_EXECUTABLE="$<TARGET_FILE:nimbra-mobile-launcher>")
+add_dependencies(tst_singleinstance singleinstance_helper nimbra-mobile-launcher)
