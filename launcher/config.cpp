@@ -22,11 +22,12 @@ bool IsLineSeparator(QChar c)
     return c == u' ' || c == u',' || c == u'=' || c == u'\t';
 }
 
-// What "\s" matches in QRegularExpression, which runs PCRE2 without Unicode properties: ASCII
-// whitespace only, so a no-break space stays inside an argument.
+// Profile values split where QRegExp's "\s" did, at every QChar::isSpace() character: the same
+// set trimmed() strips when the value is written, so a saved value reads back as it was.
+// (QRegularExpression's "\s" is ASCII only.)
 bool IsValueSpace(QChar c)
 {
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
+    return c.isSpace();
 }
 
 QStringView FirstLineToken(QStringView line)

@@ -107,7 +107,8 @@ bool QtSingleApplication::TryLock()
     QString host, app;
     if (m_lock->getLockInfo(&pid, &host, &app) || ServerAnswers())
         return false;
-    // Two starts facing the same broken file must not remove the lock the other one just took.
+    // Two starts facing the same broken file must not remove the lock the other one just took;
+    // QLockFile guards its own stale-lock removal with the same file.
     QLockFile guard(m_lockPath + QStringLiteral(".rmlock"));
     guard.setStaleLockTime(0);
     if (!guard.tryLock() || m_lock->getLockInfo(&pid, &host, &app))

@@ -55,16 +55,19 @@ QString EditingState(QWidget* window, const QList<Profile>& profiles,
             QStringList items;
             for (int i = 0; i < list->count(); ++i)
                 items.append(list->item(i)->text());
-            state.append(QStringLiteral("list %1 at %2").arg(items.join(u'/')).arg(list->currentRow()));
+            state.append(
+                QStringLiteral("list %1 at %2").arg(items.join(u'/')).arg(list->currentRow()));
         } else if (auto* combo = qobject_cast<QComboBox*>(widget)) {
             QStringList items;
             for (int i = 0; i < combo->count(); ++i)
                 items.append(combo->itemText(i));
-            state.append(QStringLiteral("combo %1 at %2").arg(items.join(u'/')).arg(combo->currentIndex()));
+            state.append(
+                QStringLiteral("combo %1 at %2").arg(items.join(u'/')).arg(combo->currentIndex()));
         } else if (auto* edit = qobject_cast<QLineEdit*>(widget)) {
             state.append(QStringLiteral("edit \"%1\"").arg(edit->text()));
         } else if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
-            state.append(QStringLiteral("button %1 %2").arg(button->text(), button->isEnabled() ? "on" : "off"));
+            state.append(QStringLiteral("button %1 %2")
+                             .arg(button->text(), button->isEnabled() ? "on" : "off"));
         }
     }
     QList<ConfigSection> saved = sections;
@@ -74,37 +77,34 @@ QString EditingState(QWidget* window, const QList<Profile>& profiles,
     return state.join(u'\n');
 }
 
+namespace {
+
+// Profiles and option entries as a file can hold them: arguments by their words only, as
+// the file keeps no spacing between them.
+QStringList Saveable(QList<Profile> profiles, const QList<ConfigSection>& sections)
+{
+    for (Profile& p : profiles)
+        p.arguments = p.arguments.simplified();
+    QStringList lines = EditingProfiles(profiles);
+    for (int k = 1; k < Config::SectionCount; ++k) {
+        for (const OptionEntry& entry : sections[k].entries)
+            lines.append(sections[k].name + entry.key + u'|' + entry.value);
+    }
+    return lines;
+}
+
+} // namespace
+
 QString EditingReloadDifference(const QList<Profile>& profiles,
                                 const QList<ConfigSection>& sections)
 {
     QList<ConfigSection> read;
     qint32 version = 0;
-    if (!Config::ReadFile(UserConfigPath(), read, &version))
-        return QStringLiteral("the file can't be read");
-    if (version != Config::CurrentVersion)
-        return QStringLiteral("version %1").arg(version);
-    for (int k = 1; k < Config::SectionCount; ++k) {
-        if (read[k].name != sections[k].name || read[k].entries.size() != sections[k].entries.size())
-            return QStringLiteral("section %1 has %2 entries").arg(k).arg(read[k].entries.size());
-        for (int i = 0; i < read[k].entries.size(); ++i) {
-            const OptionEntry& got = read[k].entries[i];
-            const OptionEntry& want = sections[k].entries[i];
-            if (got.key != want.key || got.value != want.value)
-                return QStringLiteral("section %1 entry %2 reads \"%3\" \"%4\"")
-                    .arg(k)
-                    .arg(i)
-                    .arg(got.key, got.value);
-        }
-    }
-    QList<Profile> reread = Config::ProfilesFromSection(read);
-    QList<Profile> expected = profiles;
-    for (Profile& p : reread)
-        p.arguments = p.arguments.simplified();
-    for (Profile& p : expected)
-        p.arguments = p.arguments.simplified();
-    const QStringList got = EditingProfiles(reread);
-    const QStringList want = EditingProfiles(expected);
-    return got == want ? QString() : QStringLiteral("profiles read back: ") + got.join(u'\n');
+    if (!Config::ReadFile(UserConfigPath(), read, &version) || version != Config::CurrentVersion)
+        return QStringLiteral("no file of the current version");
+    const QStringList got = Saveable(Config::ProfilesFromSection(read), read);
+    return got == Saveable(profiles, sections) ? QString()
+                                               : QStringLiteral("read back:\n") + got.join(u'\n');
 }
 
 void EditingGuard(ModalAnswerer& answerer, int dialogs)

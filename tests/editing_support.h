@@ -23,8 +23,7 @@ QStringList EditingProfiles(const QList<Profile>& profiles);
 QString EditingState(QWidget* window, const QList<Profile>& profiles,
                      const QList<ConfigSection>& sections);
 
-// Reads the user's Launcher.ini back; names the first way it differs from the model, or "".
-// Arguments compare by their words, as the file keeps no spacing between them.
+// Reads the user's Launcher.ini back: empty when it holds the model, else what it holds.
 QString EditingReloadDifference(const QList<Profile>& profiles,
                                 const QList<ConfigSection>& sections);
 

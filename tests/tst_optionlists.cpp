@@ -16,57 +16,50 @@
 
 namespace {
 
-const QString UsersQuestion =
-    QStringLiteral("|The following profiles use this option, are you sure you want to continue?"
-                   "\n\nPhone\nWatch\n");
-
 QSize ScreenSize()
 {
     return QGuiApplication::primaryScreen()->geometry().size();
 }
 
-// Fills the add dialog's rows in order and presses button ("Escape" presses the key); notes
-// the title and row labels in *shown.
+// Presses button, or the Escape key for "Escape".
+void Press(QWidget* dialog, const QString& button)
+{
+    if (button == "Escape")
+        QTest::keyClick(dialog, Qt::Key_Escape);
+    else
+        ModalAnswerer::PressButton(dialog, button);
+}
+
+// Fills the add dialog's rows in order and presses button; notes the title and the labels.
 ModalAnswerer::Answer AddAnswer(const QStringList& texts, const QString& button,
                                 QString* shown = nullptr)
 {
     return [=](QWidget* dialog) {
-        auto* add = qobject_cast<AddDlg*>(dialog);
         QStringList labels{dialog->windowTitle()};
-        for (int i = 0; add && i < add->m_fields.size(); ++i) {
-            labels.append(add->m_fields[i].label);
-            add->m_fields[i].edit->setText(texts.value(i));
+        if (auto* add = qobject_cast<AddDlg*>(dialog)) {
+            for (int i = 0; i < add->m_fields.size(); ++i) {
+                labels.append(add->m_fields[i].label);
+                add->m_fields[i].edit->setText(texts.value(i));
+            }
         }
         if (shown)
             *shown = labels.join(u'|');
-        if (button == "Escape")
-            QTest::keyClick(dialog, Qt::Key_Escape);
-        else
-            ModalAnswerer::PressButton(dialog, button);
+        Press(dialog, button);
     };
 }
 
-QStringList Items(const QComboBox* combo)
-{
-    QStringList items;
-    for (int i = 0; i < combo->count(); ++i)
-        items.append(combo->itemText(i));
-    return items;
-}
-
-QStringList Keys(const QList<OptionEntry>& entries)
-{
-    QStringList keys;
-    for (const OptionEntry& entry : entries)
-        keys.append(entry.key);
-    return keys;
-}
-
-QStringList Entries(const QList<OptionEntry>& entries)
+// The section's entries, checked to be in step with its combo box's rows.
+QStringList Entries(const ConfigSection& section)
 {
     QStringList lines;
-    for (const OptionEntry& entry : entries)
+    for (int i = 0; i < section.entries.size(); ++i) {
+        const OptionEntry& entry = section.entries[i];
         lines.append(entry.key + u'|' + entry.value);
+        if (section.comboBox->itemText(i) != entry.key)
+            lines.append("combo row differs: " + section.comboBox->itemText(i));
+    }
+    if (section.comboBox->count() != section.entries.size())
+        lines.append("combo rows: " + QString::number(section.comboBox->count()));
     return lines;
 }
 
@@ -84,29 +77,15 @@ private slots:
     void addsEntry();
     void warnsAboutResolutionBeyondScreen_data();
     void warnsAboutResolutionBeyondScreen();
-    void cancelledAddChangesNothing_data();
-    void cancelledAddChangesNothing();
-    void sameNameTwiceGivesTwoEntries();
-    void removesUsedEntry_data();
-    void removesUsedEntry();
-    void removesUnusedEntry_data();
-    void removesUnusedEntry();
-    void declinedRemovalChangesNothing_data();
-    void declinedRemovalChangesNothing();
+    void removesEntry_data();
+    void removesEntry();
 
 private:
-    static QString State(MainWindow& w)
-    {
-        return EditingState(&w, w.m_profiles, w.m_sections);
-    }
+    static QString State(MainWindow& w) { return EditingState(&w, w.m_profiles, w.m_sections); }
     static QString ReloadDifference(MainWindow& w)
     {
         w.SaveConfig();
         return EditingReloadDifference(w.m_profiles, w.m_sections);
-    }
-    static void Add(MainWindow& w, int section)
-    {
-        section == 1 ? w.OnAddResolution() : w.OnAddPixelDensity();
     }
     static QPushButton* RemoveButton(MainWindow& w, int section)
     {
@@ -120,40 +99,56 @@ void MainWindowTest::addsEntry_data()
     const QString height = QString::number(ScreenSize().height());
     QTest::addColumn<int>("section");
     QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<QString>("button");
     QTest::addColumn<QString>("value");
-    QTest::newRow("resolution") << 1 << QStringList{"Phone WVGA", "480", "800"}
+    QTest::newRow("resolution") << 1 << QStringList{"Phone WVGA", "480", "800"} << "OK"
                                 << " -windowsize 480x800";
     QTest::newRow("resolution of the screen's size")
-        << 1 << QStringList{"Screen", width, height} << " -windowsize " + width + "x" + height;
-    QTest::newRow("pixel density") << 2 << QStringList{"hdpi", "240"} << " -ppi 240";
+        << 1 << QStringList{"Screen", width, height} << "OK"
+        << " -windowsize " + width + "x" + height;
+    QTest::newRow("pixel density") << 2 << QStringList{"hdpi", "240"} << "OK"
+                                   << " -ppi 240";
     QTest::newRow("pixel density, no size check, name as typed")
-        << 2 << QStringList{" odd, = \tname ", "99999999"} << " -ppi 99999999";
+        << 2 << QStringList{" odd, = \tname ", "99999999"} << "OK"
+        << " -ppi 99999999";
+    QTest::newRow("existing name") << 2 << QStringList{"mdpi", "200"} << "OK"
+                                   << " -ppi 200";
+    QTest::newRow("resolution, Cancel") << 1 << QStringList{"A", "1", "1"} << "Cancel"
+                                        << "";
+    QTest::newRow("resolution, Escape") << 1 << QStringList{"A", "1", "1"} << "Escape"
+                                        << "";
+    QTest::newRow("pixel density, Cancel") << 2 << QStringList{"A", "1"} << "Cancel"
+                                           << "";
 }
 
 void MainWindowTest::addsEntry()
 {
     QFETCH(int, section);
     QFETCH(QStringList, texts);
+    QFETCH(QString, button);
     QFETCH(QString, value);
     MainWindow window;
+    const QString before = State(window);
     const QStringList profiles = EditingProfiles(window.m_profiles);
-    const QStringList entries = Entries(window.m_sections[section].entries);
+    const QStringList entries = Entries(window.m_sections[section]);
 
     ModalAnswerer answerer;
     QString shown;
-    answerer.enqueue(AddAnswer(texts, "OK", &shown));
+    answerer.enqueue(AddAnswer(texts, button, &shown));
     EditingGuard(answerer);
-    Add(window, section);
+    section == 1 ? window.OnAddResolution() : window.OnAddPixelDensity();
 
     QCOMPARE(answerer.seen.size(), 1);
     QCOMPARE(shown, section == 1 ? "Add Resolution|Name:|Width:|Height:"
                                  : "Add Pixel Density|Name:|Pixel Density:");
+    if (button != "OK") {
+        QCOMPARE(State(window), before);
+        return;
+    }
     const ConfigSection& options = window.m_sections[section];
-    QCOMPARE(Entries(options.entries), entries + QStringList{texts[0] + u'|' + value});
-    QCOMPARE(Items(options.comboBox), Keys(options.entries));
-    QCOMPARE(options.comboBox->currentIndex(), options.entries.size() - 1);
+    QCOMPARE(Entries(options), entries + QStringList{texts[0] + u'|' + value});
+    QCOMPARE(options.comboBox->currentIndex(), entries.size());
     QVERIFY(RemoveButton(window, section)->isEnabled());
-    QVERIFY(window.m_addUpdateButton->isEnabled());
     QCOMPARE(EditingProfiles(window.m_profiles), profiles);
     QCOMPARE(ReloadDifference(window), QString());
 }
@@ -180,24 +175,18 @@ void MainWindowTest::warnsAboutResolutionBeyondScreen()
     const QString height = QString::number(screen.height() + extraHeight);
     MainWindow window;
     const QString before = State(window);
-    const QStringList entries = Entries(window.m_sections[1].entries);
+    const QStringList entries = Entries(window.m_sections[1]);
 
     ModalAnswerer answerer;
-    QString buttons;
+    QStringList buttons;
     answerer.enqueue(AddAnswer({"Big", width, height}, "OK"));
     answerer.enqueue([&](QWidget* dialog) {
-        auto* box = qobject_cast<QMessageBox*>(dialog);
-        QStringList texts;
-        for (QAbstractButton* button : box ? box->buttons() : QList<QAbstractButton*>())
-            texts.append(button->text());
-        texts.sort();
-        buttons = texts.join(u'/');
-        if (box && box->icon() != QMessageBox::Warning)
-            buttons += " without the warning icon";
-        if (answer == "Escape")
-            QTest::keyClick(dialog, Qt::Key_Escape);
-        else
-            ModalAnswerer::PressButton(dialog, answer);
+        if (auto* box = qobject_cast<QMessageBox*>(dialog);
+            box && box->icon() == QMessageBox::Warning) {
+            for (QAbstractButton* button : box->buttons())
+                buttons.append(button->text());
+        }
+        Press(dialog, answer);
     });
     EditingGuard(answerer);
     window.OnAddResolution();
@@ -210,180 +199,89 @@ void MainWindowTest::warnsAboutResolutionBeyondScreen()
                               .arg(width, height)
                               .arg(screen.width())
                               .arg(screen.height())}));
-    QCOMPARE(buttons, "No/Yes");
+    buttons.sort();
+    QCOMPARE(buttons, (QStringList{"No", "Yes"}));
     if (answer != "Yes") {
         QCOMPARE(State(window), before);
         return;
     }
-    const ConfigSection& options = window.m_sections[1];
-    QCOMPARE(Entries(options.entries),
+    QCOMPARE(Entries(window.m_sections[1]),
              entries + QStringList{"Big| -windowsize " + width + u'x' + height});
-    QCOMPARE(options.comboBox->currentIndex(), options.entries.size() - 1);
+    QCOMPARE(window.m_sections[1].comboBox->currentIndex(), entries.size());
 }
 
-void MainWindowTest::cancelledAddChangesNothing_data()
+void MainWindowTest::removesEntry_data()
 {
-    QTest::addColumn<int>("section");
-    QTest::addColumn<QString>("button");
-    QTest::newRow("resolution, Cancel") << 1 << "Cancel";
-    QTest::newRow("resolution, Escape") << 1 << "Escape";
-    QTest::newRow("pixel density, Cancel") << 2 << "Cancel";
-}
-
-void MainWindowTest::cancelledAddChangesNothing()
-{
-    QFETCH(int, section);
-    QFETCH(QString, button);
-    MainWindow window;
-    const QString before = State(window);
-
-    ModalAnswerer answerer;
-    answerer.enqueue(AddAnswer({"Typed", "480", "800"}, button));
-    EditingGuard(answerer);
-    Add(window, section);
-
-    QCOMPARE(answerer.seen.size(), 1);
-    QCOMPARE(State(window), before);
-}
-
-void MainWindowTest::sameNameTwiceGivesTwoEntries()
-{
-    MainWindow window;
-    ModalAnswerer answerer;
-    answerer.enqueue(AddAnswer({"Twin", "200"}, "OK"));
-    answerer.enqueue(AddAnswer({"Twin", "300"}, "OK"));
-    EditingGuard(answerer);
-    window.OnAddPixelDensity();
-    window.OnAddPixelDensity();
-
-    QCOMPARE(answerer.seen.size(), 2);
-    const ConfigSection& options = window.m_sections[2];
-    QCOMPARE(Entries(options.entries).mid(4), (QStringList{"Twin| -ppi 200", "Twin| -ppi 300"}));
-    QCOMPARE(Items(options.comboBox), Keys(options.entries));
-    options.comboBox->setCurrentIndex(4);
-    QCOMPARE(options.comboBox->currentText(), "Twin");
-    QVERIFY(window.m_removePixelDensityButton->isEnabled());
-    QCOMPARE(ReloadDifference(window), QString());
-}
-
-void MainWindowTest::removesUsedEntry_data()
-{
+    // With Phone shown (Resolution 1, Pixel Density 2, no arguments); Watch has " -b".
     QTest::addColumn<int>("section");
     QTest::addColumn<int>("entry");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<QString>("question");
     QTest::addColumn<QStringList>("profiles");
-    // Phone and Watch use the entry; Phone's arguments are empty, Watch's are " -b".
-    QTest::newRow("resolution")
-        << 1 << 1 << "Confirm remove resolution" << " -windowsize 320x480"
+    const QString users = "|The following profiles use this option, are you sure you want to "
+                          "continue?\n\nPhone\nWatch\n";
+    QTest::newRow("used resolution")
+        << 1 << 1 << "Yes"
+        << "Confirm remove resolution" + users
         << QStringList{"Base||0 0 0", "Phone| -windowsize 320x480|0 2 0", "Tablet| -t|1 3 1",
                        "Watch| -b  -windowsize 320x480|0 2 1"};
-    QTest::newRow("pixel density")
-        << 2 << 2 << "Confirm remove pixel density" << " -ppi 160"
+    QTest::newRow("used pixel density")
+        << 2 << 2 << "Yes"
+        << "Confirm remove pixel density" + users
         << QStringList{"Base||0 0 0", "Phone| -ppi 160|1 0 0", "Tablet| -t|2 2 1",
                        "Watch| -b  -ppi 160|1 0 1"};
+    QTest::newRow("unused pixel density before used ones")
+        << 2 << 1 << ""
+        << "" << QStringList{"Base||0 0 0", "Phone||1 1 0", "Tablet| -t|2 2 1", "Watch| -b|1 1 1"};
+    QTest::newRow("unused last resolution")
+        << 1 << 3 << ""
+        << "" << QStringList{"Base||0 0 0", "Phone||1 2 0", "Tablet| -t|2 3 1", "Watch| -b|1 2 1"};
+    QTest::newRow("declined, resolution") << 1 << 1 << "No"
+                                          << "Confirm remove resolution" + users << QStringList();
+    QTest::newRow("declined, pixel density")
+        << 2 << 2 << "No"
+        << "Confirm remove pixel density" + users << QStringList();
 }
 
-void MainWindowTest::removesUsedEntry()
+void MainWindowTest::removesEntry()
 {
     QFETCH(int, section);
     QFETCH(int, entry);
-    QFETCH(QString, title);
-    QFETCH(QString, value);
+    QFETCH(QString, answer);
+    QFETCH(QString, question);
     QFETCH(QStringList, profiles);
     MainWindow window;
-    window.m_profileList->setCurrentRow(1); // Phone, whose choice the combo box now shows
-    ConfigSection& options = window.m_sections[section];
-    QCOMPARE(options.comboBox->currentIndex(), entry);
-    QList<OptionEntry> entries = options.entries;
-    entries.removeAt(entry);
-    const QStringList other = Entries(window.m_sections[3 - section].entries);
-
-    ModalAnswerer answerer;
-    answerer.pressButton("Yes");
-    EditingGuard(answerer);
-    RemoveButton(window, section)->click();
-
-    QCOMPARE(answerer.seen, QStringList{title + UsersQuestion});
-    QCOMPARE(EditingProfiles(window.m_profiles), profiles);
-    QCOMPARE(Entries(options.entries), Entries(entries));
-    QCOMPARE(Entries(window.m_sections[3 - section].entries), other);
-    QCOMPARE(Items(options.comboBox), Keys(entries));
-    QCOMPARE(options.comboBox->currentIndex(), 0);
-    QVERIFY(!RemoveButton(window, section)->isEnabled());
-
-    // Only the model was repaired: the field shows the old arguments until Phone is chosen again.
-    QCOMPARE(window.m_argumentsEdit->text(), QString());
-    QVERIFY(window.m_addUpdateButton->isEnabled());
-    window.m_profileList->setCurrentRow(0);
     window.m_profileList->setCurrentRow(1);
-    QCOMPARE(window.m_argumentsEdit->text(), value);
-    QVERIFY(!window.m_addUpdateButton->isEnabled());
-    QCOMPARE(ReloadDifference(window), QString());
-}
-
-void MainWindowTest::removesUnusedEntry_data()
-{
-    QTest::addColumn<int>("section");
-    QTest::addColumn<int>("entry");
-    QTest::addColumn<QStringList>("profiles");
-    QTest::newRow("pixel density before used ones")
-        << 2 << 1
-        << QStringList{"Base||0 0 0", "Phone||1 1 0", "Tablet| -t|2 2 1", "Watch| -b|1 1 1"};
-    QTest::newRow("last resolution")
-        << 1 << 3
-        << QStringList{"Base||0 0 0", "Phone||1 2 0", "Tablet| -t|2 3 1", "Watch| -b|1 2 1"};
-}
-
-void MainWindowTest::removesUnusedEntry()
-{
-    QFETCH(int, section);
-    QFETCH(int, entry);
-    QFETCH(QStringList, profiles);
-    MainWindow window;
     ConfigSection& options = window.m_sections[section];
     options.comboBox->setCurrentIndex(entry);
-    QList<OptionEntry> entries = options.entries;
+    const QString before = State(window);
+    QStringList entries = Entries(options);
     entries.removeAt(entry);
+    const QStringList otherEntries = Entries(window.m_sections[3 - section]);
 
     ModalAnswerer answerer;
+    if (!answer.isEmpty())
+        answerer.pressButton(answer);
     EditingGuard(answerer);
     RemoveButton(window, section)->click();
 
-    QCOMPARE(answerer.seen, QStringList());
+    QCOMPARE(answerer.seen, question.isEmpty() ? QStringList() : QStringList{question});
+    if (answer == "No") {
+        QCOMPARE(State(window), before);
+        return;
+    }
     QCOMPARE(EditingProfiles(window.m_profiles), profiles);
-    QCOMPARE(Entries(options.entries), Entries(entries));
-    QCOMPARE(Items(options.comboBox), Keys(entries));
+    QCOMPARE(Entries(options), entries);
+    QCOMPARE(Entries(window.m_sections[3 - section]), otherEntries);
     QCOMPARE(options.comboBox->currentIndex(), 0);
     QVERIFY(!RemoveButton(window, section)->isEnabled());
+    // A repair reaches the model only: the field shows it once Phone is chosen again.
+    QCOMPARE(window.m_argumentsEdit->text(), QString());
+    window.m_profileList->setCurrentRow(0);
+    window.m_profileList->setCurrentRow(1);
+    QCOMPARE(window.m_argumentsEdit->text(), window.m_profiles[1].arguments);
     QVERIFY(!window.m_addUpdateButton->isEnabled());
     QCOMPARE(ReloadDifference(window), QString());
-}
-
-void MainWindowTest::declinedRemovalChangesNothing_data()
-{
-    QTest::addColumn<int>("section");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("resolution") << 1 << "Confirm remove resolution";
-    QTest::newRow("pixel density") << 2 << "Confirm remove pixel density";
-}
-
-void MainWindowTest::declinedRemovalChangesNothing()
-{
-    QFETCH(int, section);
-    QFETCH(QString, title);
-    MainWindow window;
-    window.m_profileList->setCurrentRow(1);
-    const QString before = State(window);
-
-    ModalAnswerer answerer;
-    answerer.pressButton("No");
-    EditingGuard(answerer);
-    RemoveButton(window, section)->click();
-
-    QCOMPARE(answerer.seen, QStringList{title + UsersQuestion});
-    QCOMPARE(State(window), before);
-    QVERIFY(RemoveButton(window, section)->isEnabled());
 }
 
 QTEST_MAIN(MainWindowTest)

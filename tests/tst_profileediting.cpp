@@ -13,23 +13,29 @@
 
 namespace {
 
-const QString AddTitle = QStringLiteral("Add Profile");
-const QString NameDialog = AddTitle + u'|';
+const QString NameDialog = QStringLiteral("Add Profile|");
 const QString ReplaceQuestion =
-    AddTitle + QStringLiteral("|This profile already exists. Do you want to replace it?");
-const QString NameLabel = QStringLiteral("Enter the name for the new profile");
+    NameDialog + QStringLiteral("This profile already exists. Do you want to replace it?");
+const QString QuoteWarning = NameDialog + QStringLiteral("A profile name can't contain a double "
+                                                         "quote (\"). Please choose another name.");
+const QString NameOpened = QStringLiteral("Enter the name for the new profile|");
 
-// Answers the name dialog; notes its label and the text it opened with in *shown.
-ModalAnswerer::Answer NameAnswer(const QString& name, const QString& button, QStringList* shown)
+// Answers with "typed|button": a name dialog gets the text typed first, and notes its label
+// and the text it opened with in *opened.
+void Answer(ModalAnswerer& answerer, const QStringList& steps, QStringList* opened)
 {
-    return [=](QWidget* dialog) {
-        auto* input = qobject_cast<QInputDialog*>(dialog);
-        if (shown)
-            shown->append(input ? input->labelText() + u'|' + input->textValue() : QString());
-        if (input)
-            input->findChild<QLineEdit*>()->setText(name);
-        ModalAnswerer::PressButton(dialog, button);
-    };
+    for (const QString& step : steps) {
+        const QString typed = step.section(u'|', 0, 0);
+        const QString button = step.section(u'|', 1);
+        answerer.enqueue([=](QWidget* dialog) {
+            if (auto* input = qobject_cast<QInputDialog*>(dialog)) {
+                opened->append(input->labelText() + u'|' + input->textValue());
+                input->findChild<QLineEdit*>()->setText(typed);
+            }
+            ModalAnswerer::PressButton(dialog, button);
+        });
+    }
+    EditingGuard(answerer);
 }
 
 } // namespace
@@ -42,24 +48,16 @@ private slots:
     void initTestCase() { UsePrivateDataLocation(); }
     void init() { QVERIFY(WriteText(UserConfigPath(), EditingConfig)); }
 
-    void addsNewProfile_data();
-    void addsNewProfile();
-    void replacesProfileOfSameName_data();
-    void replacesProfileOfSameName();
-    void declinedReplacementAsksAgain();
-    void cancelledAddChangesNothing_data();
-    void cancelledAddChangesNothing();
-    void nameWithQuoteIsRefused();
+    void addsOrReplacesProfile_data();
+    void addsOrReplacesProfile();
+    void addEndingWithoutProfileChangesNothing_data();
+    void addEndingWithoutProfileChangesNothing();
     void updatesSelectedProfile();
     void removesProfile_data();
     void removesProfile();
-    void declinedRemovalChangesNothing();
 
 private:
-    static QString State(MainWindow& w)
-    {
-        return EditingState(&w, w.m_profiles, w.m_sections);
-    }
+    static QString State(MainWindow& w) { return EditingState(&w, w.m_profiles, w.m_sections); }
     static QString ReloadDifference(MainWindow& w)
     {
         w.SaveConfig();
@@ -73,165 +71,103 @@ private:
         w.m_sections[3].comboBox->setCurrentIndex(input);
         w.m_argumentsEdit->setText(arguments);
     }
-    static QStringList Names(const MainWindow& w)
+    // The controls as a line of EditingProfiles, under the current row's name.
+    static QString Controls(const MainWindow& w)
     {
-        QStringList names;
-        for (const Profile& p : w.m_profiles)
-            names.append(p.name);
-        return names;
+        return QStringLiteral("%1|%2|%3 %4 %5")
+            .arg(w.m_profileList->currentItem()->text(), w.m_argumentsEdit->text())
+            .arg(w.m_sections[1].comboBox->currentIndex())
+            .arg(w.m_sections[2].comboBox->currentIndex())
+            .arg(w.m_sections[3].comboBox->currentIndex());
     }
+    // The list's rows, which must show the profiles' names in step.
     static QStringList Rows(const MainWindow& w)
     {
         QStringList rows;
         for (int i = 0; i < w.m_profileList->count(); ++i)
             rows.append(w.m_profileList->item(i)->text());
-        return rows;
-    }
-    // The controls as the profile line of EditingProfiles would read them.
-    static QString Controls(const MainWindow& w, const QString& name)
-    {
-        return QStringLiteral("%1|%2|%3 %4 %5")
-            .arg(name, w.m_argumentsEdit->text())
-            .arg(w.m_sections[1].comboBox->currentIndex())
-            .arg(w.m_sections[2].comboBox->currentIndex())
-            .arg(w.m_sections[3].comboBox->currentIndex());
+        QStringList names;
+        for (const Profile& p : w.m_profiles)
+            names.append(p.name);
+        return rows == names ? rows : QStringList{"rows and profiles differ"};
     }
 };
 
-void MainWindowTest::addsNewProfile_data()
+void MainWindowTest::addsOrReplacesProfile_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("new name") << "Fresh";
-    QTest::newRow("other letter case") << "base";
-    QTest::newRow("leading blank") << " Base";
-    QTest::newRow("trailing blank") << "Base ";
-    QTest::newRow("only blanks") << "   ";
-    QTest::newRow("comma, equals sign and tab") << "a,b = c\td";
+    QTest::addColumn<int>("row"); // where the profile stands afterwards
+    QTest::newRow("new name") << "Fresh" << 4;
+    QTest::newRow("other letter case") << "base" << 4;
+    QTest::newRow("leading blank") << " Base" << 4;
+    QTest::newRow("trailing blank") << "Base " << 4;
+    QTest::newRow("only blanks") << "   " << 4;
+    QTest::newRow("comma, equals sign and tab") << "a,b = c\td" << 4;
+    QTest::newRow("later profile's name, replaced") << "Tablet" << 2;
+    QTest::newRow("first profile's name, replaced") << "Base" << 0;
 }
 
-void MainWindowTest::addsNewProfile()
+void MainWindowTest::addsOrReplacesProfile()
 {
     QFETCH(QString, name);
-    MainWindow window;
-    const QStringList before = EditingProfiles(window.m_profiles);
-    SetControls(window, 2, 3, 1, "  -x 1  ");
-    QCOMPARE(window.m_addUpdateButton->text(), "Add");
-    QVERIFY(window.m_addUpdateButton->isEnabled());
-
-    ModalAnswerer answerer;
-    QStringList shown;
-    answerer.enqueue(NameAnswer(name, "OK", &shown));
-    EditingGuard(answerer);
-    window.m_addUpdateButton->click();
-
-    QCOMPARE(answerer.seen, QStringList{NameDialog});
-    QCOMPARE(shown, QStringList{NameLabel + u'|'});
-    QCOMPARE(EditingProfiles(window.m_profiles), before + QStringList{name + "|  -x 1  |2 3 1"});
-    QCOMPARE(Rows(window), Names(window));
-    QCOMPARE(window.m_profileList->currentRow(), 4);
-    QCOMPARE(window.m_addUpdateButton->text(), "Update");
-    QVERIFY(!window.m_addUpdateButton->isEnabled());
-    QVERIFY(window.m_removeProfileButton->isEnabled());
-    QCOMPARE(ReloadDifference(window), QString());
-}
-
-void MainWindowTest::replacesProfileOfSameName_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::newRow("later profile") << 2;
-    QTest::newRow("first profile") << 0;
-}
-
-void MainWindowTest::replacesProfileOfSameName()
-{
     QFETCH(int, row);
     MainWindow window;
     QStringList expected = EditingProfiles(window.m_profiles);
-    const QString name = window.m_profiles[row].name;
-    expected[row] = name + "| -x |2 3 1";
-    SetControls(window, 2, 3, 1, " -x ");
+    const bool replaces = row < expected.size();
+    if (!replaces)
+        expected.append(QString());
+    expected[row] = name + "|  -x 1  |2 3 1";
+    SetControls(window, 2, 3, 1, "  -x 1  ");
+    QVERIFY(window.m_addUpdateButton->isEnabled());
 
     ModalAnswerer answerer;
-    answerer.enqueue(NameAnswer(name, "OK", nullptr));
-    answerer.pressButton("OK");
-    EditingGuard(answerer);
+    QStringList opened;
+    Answer(answerer, QStringList{name + "|OK", "|OK"}.mid(0, replaces ? 2 : 1), &opened);
     window.m_addUpdateButton->click();
 
-    QCOMPARE(answerer.seen, (QStringList{NameDialog, ReplaceQuestion}));
+    const QStringList seen{NameDialog, ReplaceQuestion};
+    QCOMPARE(answerer.seen, seen.mid(0, replaces ? 2 : 1));
+    QCOMPARE(opened, QStringList{NameOpened});
     QCOMPARE(EditingProfiles(window.m_profiles), expected);
-    QCOMPARE(Rows(window), Names(window));
+    QCOMPARE(Rows(window).size(), expected.size());
     QCOMPARE(window.m_profileList->currentRow(), row);
-    QCOMPARE(Controls(window, name), expected[row]);
+    QCOMPARE(Controls(window), expected[row]);
     QCOMPARE(window.m_addUpdateButton->text(), row == 0 ? "Add" : "Update");
     QVERIFY(!window.m_addUpdateButton->isEnabled());
+    QCOMPARE(window.m_removeProfileButton->isEnabled(), row != 0);
     QCOMPARE(ReloadDifference(window), QString());
 }
 
-void MainWindowTest::declinedReplacementAsksAgain()
+void MainWindowTest::addEndingWithoutProfileChangesNothing_data()
 {
+    QTest::addColumn<QStringList>("steps");
+    QTest::addColumn<QStringList>("seen");
+    QTest::newRow("cancelled with a name typed")
+        << QStringList{"Fresh|Cancel"} << QStringList{NameDialog};
+    QTest::newRow("empty name") << QStringList{"|OK"} << QStringList{NameDialog};
+    QTest::newRow("replacement declined, asked again, cancelled")
+        << QStringList{"Tablet|OK", "|Cancel", "|Cancel"}
+        << QStringList{NameDialog, ReplaceQuestion, NameDialog};
+    QTest::newRow("double quote refused, asked again, cancelled")
+        << QStringList{"Big \"one\"|OK", "|OK", "|Cancel"}
+        << QStringList{NameDialog, QuoteWarning, NameDialog};
+}
+
+void MainWindowTest::addEndingWithoutProfileChangesNothing()
+{
+    QFETCH(QStringList, steps);
+    QFETCH(QStringList, seen);
     MainWindow window;
     SetControls(window, 2, 3, 1, "-x");
     const QString before = State(window);
 
     ModalAnswerer answerer;
-    QStringList shown;
-    answerer.enqueue(NameAnswer("Tablet", "OK", &shown));
-    answerer.pressButton("Cancel");
-    answerer.enqueue(NameAnswer(QString(), "Cancel", &shown));
-    EditingGuard(answerer);
+    QStringList opened;
+    Answer(answerer, steps, &opened);
     window.m_addUpdateButton->click();
 
-    QCOMPARE(answerer.seen, (QStringList{NameDialog, ReplaceQuestion, NameDialog}));
-    QCOMPARE(shown, (QStringList{NameLabel + u'|', NameLabel + u'|'}));
-    QCOMPARE(State(window), before);
-}
-
-void MainWindowTest::cancelledAddChangesNothing_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("button");
-    QTest::newRow("cancelled with a name typed") << "Fresh" << "Cancel";
-    QTest::newRow("empty name") << "" << "OK";
-}
-
-void MainWindowTest::cancelledAddChangesNothing()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, button);
-    MainWindow window;
-    SetControls(window, 2, 3, 1, "-x");
-    const QString before = State(window);
-
-    ModalAnswerer answerer;
-    answerer.enqueue(NameAnswer(name, button, nullptr));
-    EditingGuard(answerer);
-    window.m_addUpdateButton->click();
-
-    QCOMPARE(answerer.seen, QStringList{NameDialog});
-    QCOMPARE(State(window), before);
-}
-
-void MainWindowTest::nameWithQuoteIsRefused()
-{
-    MainWindow window;
-    SetControls(window, 2, 3, 1, "-x");
-    const QString before = State(window);
-
-    ModalAnswerer answerer;
-    QStringList shown;
-    answerer.enqueue(NameAnswer("Big \"one\"", "OK", nullptr));
-    answerer.pressButton("OK");
-    answerer.enqueue(NameAnswer(QString(), "Cancel", &shown));
-    EditingGuard(answerer);
-    window.m_addUpdateButton->click();
-
-    QCOMPARE(answerer.seen.size(), 3);
-    QCOMPARE(answerer.seen[0], NameDialog);
-    QVERIFY2(answerer.seen[1].startsWith(AddTitle + u'|') &&
-                 answerer.seen[1].contains("double quote"),
-             qPrintable(answerer.seen[1]));
-    QCOMPARE(answerer.seen[2], NameDialog);
-    QCOMPARE(shown, QStringList{NameLabel + u'|'});
+    QCOMPARE(answerer.seen, seen);
+    QCOMPARE(opened, QStringList(seen.count(NameDialog), NameOpened)); // always an empty field
     QCOMPARE(State(window), before);
 }
 
@@ -240,7 +176,6 @@ void MainWindowTest::updatesSelectedProfile()
     MainWindow window;
     window.m_profileList->setCurrentRow(1);
     QCOMPARE(window.m_addUpdateButton->text(), "Update");
-    QVERIFY(!window.m_addUpdateButton->isEnabled());
     QStringList expected = EditingProfiles(window.m_profiles);
     expected[1] = "Phone|  -y  |3 1 1";
     SetControls(window, 3, 1, 1, "  -y  ");
@@ -252,70 +187,59 @@ void MainWindowTest::updatesSelectedProfile()
 
     QCOMPARE(answerer.seen, QStringList());
     QCOMPARE(EditingProfiles(window.m_profiles), expected);
-    QCOMPARE(Rows(window), Names(window));
-    QCOMPARE(window.m_profileList->currentRow(), 1);
+    QCOMPARE(Rows(window).size(), 4);
     QVERIFY(!window.m_addUpdateButton->isEnabled());
-
     // Stored as typed: coming back shows the blanks again.
     window.m_profileList->setCurrentRow(0);
     window.m_profileList->setCurrentRow(1);
-    QCOMPARE(Controls(window, "Phone"), expected[1]);
+    QCOMPARE(Controls(window), expected[1]);
     QCOMPARE(ReloadDifference(window), QString());
 }
 
 void MainWindowTest::removesProfile_data()
 {
     QTest::addColumn<int>("row");
+    QTest::addColumn<QString>("answer");
     QTest::addColumn<QStringList>("remaining");
-    QTest::newRow("second of four") << 1 << QStringList{"Base", "Tablet", "Watch"};
-    QTest::newRow("third of four") << 2 << QStringList{"Base", "Phone", "Watch"};
-    QTest::newRow("last row") << 3 << QStringList{"Base", "Phone", "Tablet"};
+    QTest::newRow("second of four") << 1 << "OK" << QStringList{"Base", "Tablet", "Watch"};
+    QTest::newRow("third of four") << 2 << "OK" << QStringList{"Base", "Phone", "Watch"};
+    QTest::newRow("last row") << 3 << "OK" << QStringList{"Base", "Phone", "Tablet"};
+    QTest::newRow("declined") << 2 << "Cancel" << QStringList();
 }
 
 void MainWindowTest::removesProfile()
 {
     QFETCH(int, row);
+    QFETCH(QString, answer);
     QFETCH(QStringList, remaining);
     MainWindow window;
     QStringList expected = EditingProfiles(window.m_profiles);
     expected.removeAt(row);
     const QString name = window.m_profiles[row].name;
     window.m_profileList->setCurrentRow(row);
-    QVERIFY(window.m_removeProfileButton->isEnabled());
+    const QString before = State(window);
 
     ModalAnswerer answerer;
-    answerer.pressButton("OK");
+    answerer.pressButton(answer);
     EditingGuard(answerer);
     window.m_removeProfileButton->click();
 
-    QCOMPARE(answerer.seen,
-             QStringList{"Confirm Remove Profile|Are you sure you want to remove this "
-                         "profile?\n\n" +
-                         name});
-    QCOMPARE(Names(window), remaining);
+    QCOMPARE(
+        answerer.seen,
+        QStringList{"Confirm Remove Profile|Are you sure you want to remove this profile?\n\n" +
+                    name});
+    if (answer != "OK") {
+        QCOMPARE(State(window), before);
+        return;
+    }
     QCOMPARE(Rows(window), remaining);
     QCOMPARE(EditingProfiles(window.m_profiles), expected);
     QCOMPARE(window.m_profileList->currentRow(), 0);
-    QCOMPARE(Controls(window, "Base"), expected[0]);
+    QCOMPARE(Controls(window), expected[0]);
     QCOMPARE(window.m_addUpdateButton->text(), "Add");
     QVERIFY(!window.m_addUpdateButton->isEnabled());
     QVERIFY(!window.m_removeProfileButton->isEnabled());
     QCOMPARE(ReloadDifference(window), QString());
-}
-
-void MainWindowTest::declinedRemovalChangesNothing()
-{
-    MainWindow window;
-    window.m_profileList->setCurrentRow(2);
-    const QString before = State(window);
-
-    ModalAnswerer answerer;
-    answerer.pressButton("Cancel");
-    EditingGuard(answerer);
-    window.m_removeProfileButton->click();
-
-    QCOMPARE(answerer.seen.size(), 1);
-    QCOMPARE(State(window), before);
 }
 
 QTEST_MAIN(MainWindowTest)

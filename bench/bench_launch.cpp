@@ -1,0 +1,120 @@
+// Launch click to emulator process started: MainWindow::OnLaunch against a bare
+// QProcess::startDetached of the same program and arguments. The stand-in emulator records
+// its arguments and quits at once. Usage: bench_launch [rounds]
+#include "filelocations.h"
+#include "launcher.h"
+#include "startup_support.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <cstdio>
+
+// MainWindow lets a class of this name reach its private members.
+class MainWindowTest
+{
+public:
+    static QString Command(const MainWindow& window) { return window.BuildLaunchCommand(); }
+    static void Launch(MainWindow& window) { window.OnLaunch(); }
+    static void SelectProfile(MainWindow& window, int row)
+    {
+        window.m_profileList->setCurrentRow(row);
+    }
+};
+
+namespace {
+
+// The path trace of every GetFileName call would bury the table.
+void DropDebugMessages(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type != QtDebugMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+}
+
+int CountLines(const QString& fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? int(file.readAll().count('\n')) : 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QTemporaryDir home;
+    if (!home.isValid())
+        return 1;
+    const QString record = home.filePath(QStringLiteral("standin.jsonl"));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(home.path()));
+    qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(record));
+    qputenv("NIMBRA_STANDIN_QUIT", "1");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler(DropDebugMessages);
+
+    QApplication app(argc, argv);
+    const int rounds = app.arguments().value(1, QStringLiteral("100")).toInt();
+    // A failed start would open a modal box and hang the run.
+    if (rounds < 1 || !QFileInfo(GetFileName(EmulatorFile)).isExecutable()) {
+        std::fprintf(stderr, "usage: bench_launch [rounds]; needs the stand-in emulator at %s\n",
+                     qPrintable(GetFileName(EmulatorFile)));
+        return 2;
+    }
+
+    MainWindow window;
+    window.show();
+    MainWindowTest::SelectProfile(window, 1);
+    QStringList arguments = QProcess::splitCommand(MainWindowTest::Command(window));
+    const QString program = arguments.takeFirst();
+
+    std::vector<double> times[2];
+    for (int round = 0; round < rounds + 1; ++round) {
+        for (int k = 0; k < 2; ++k) {
+            const int which = (round + k) % 2;
+            QElapsedTimer timer;
+            timer.start();
+            if (which == 0)
+                MainWindowTest::Launch(window);
+            else if (!QProcess::startDetached(program, arguments))
+                return 1;
+            const double ms = timer.nsecsElapsed() / 1e6;
+            if (round > 0)
+                times[which].push_back(ms);
+            // Let the started stand-in finish before the next start is timed.
+            QThread::msleep(25);
+        }
+    }
+
+    // Every start must have reached the stand-in, with the same arguments both ways.
+    const int expected = 2 * (rounds + 1);
+    for (int i = 0; i < 200 && CountLines(record) < expected; ++i)
+        QThread::msleep(25);
+    QFile file(record);
+    file.open(QIODevice::ReadOnly);
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    if (lines.size() != expected + 1 || lines.count(lines.first()) != expected) {
+        std::fprintf(stderr, "bench_launch: the stand-in recorded %lld starts, expected %d\n",
+                     qlonglong(lines.size() - 1), expected);
+        return 1;
+    }
+
+    const double launch = Median(times[0]);
+    const double reference = Median(times[1]);
+    const double ratio = launch / reference;
+    std::printf("### Launch click to emulator process started (offscreen; median of %d "
+                "alternating runs each)\n\n",
+                rounds);
+    PrintHeader({"Measure", "Measured", "Reference", "Ratio", "Goal ratio", "Result"},
+                QStringLiteral("lrrrrl"));
+    PrintRow({QStringLiteral("OnLaunch (\"Phone WVGA hdpi\") against QProcess::startDetached "
+                             "with the same arguments"),
+              Ms(launch), Ms(reference), QString::number(ratio, 'f', 2) + u'x',
+              QStringLiteral("≤ 1.10x"), GoalResult(ratio, 1.10)});
+    std::printf("\nArguments the stand-in received: %s\n\n", lines.first().constData());
+    return 0;
+}

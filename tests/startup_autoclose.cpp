@@ -1,0 +1,72 @@
+// Linked into a test build of the launcher's entry point: plays the user from outside the
+// launcher's code. It reports and confirms every message box, and closes the main window a
+// moment after it is shown, so the event loop ends the normal way. Reports go to stderr,
+// one line each, for the test that runs this program.
+#include "filelocations.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMainWindow>
+#include <QMessageBox>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+void Report(const QStringList& fields)
+{
+    std::fprintf(stderr, "%s\n", qPrintable(fields.join(u'|')));
+}
+
+void AnswerBox(QMessageBox* box)
+{
+    Report({QStringLiteral("box"), box->windowTitle(), box->text(), box->informativeText(),
+            QString::number(box->icon()), QString::number(box->standardButtons()),
+            box->parentWidget() ? QStringLiteral("parent") : QStringLiteral("no parent")});
+    if (QAbstractButton* ok = box->button(QMessageBox::Ok))
+        ok->click();
+    else
+        box->reject();
+}
+
+void Poll()
+{
+    static QElapsedTimer shown;
+    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+        if (box->isVisible() && !box->property("answered").toBool()) {
+            box->setProperty("answered", true);
+            AnswerBox(box);
+        }
+        return;
+    }
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        auto* window = qobject_cast<QMainWindow*>(widget);
+        if (!window || !window->isVisible())
+            continue;
+        // Let the window settle, as a user's click would come after it is drawn.
+        if (!shown.isValid())
+            shown.start();
+        if (shown.elapsed() < 100)
+            return;
+        window->close();
+        // The loop has not ended yet: saving must wait for the window's destruction.
+        Report({QStringLiteral("closed"), window->windowTitle(),
+                QFile::exists(GetFileName(UserConfigFile)) ? QStringLiteral("file exists")
+                                                           : QStringLiteral("no file")});
+        return;
+    }
+}
+
+void InstallPoller()
+{
+    auto* timer = new QTimer(QCoreApplication::instance());
+    QObject::connect(timer, &QTimer::timeout, &Poll);
+    timer->start(20);
+}
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(InstallPoller)
