@@ -42,6 +42,18 @@ int CountLines(const QString& fileName)
     return file.open(QIODevice::ReadOnly) ? int(file.readAll().count('\n')) : 0;
 }
 
+bool WaitForLines(const QString& fileName, int count)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (CountLines(fileName) < count) {
+        if (timer.hasExpired(10000))
+            return false;
+        QThread::msleep(1);
+    }
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -73,6 +85,7 @@ int main(int argc, char** argv)
     const QString program = arguments.takeFirst();
 
     std::vector<double> times[2];
+    int started = 0;
     for (int round = 0; round < rounds + 1; ++round) {
         for (int k = 0; k < 2; ++k) {
             const int which = (round + k) % 2;
@@ -85,15 +98,19 @@ int main(int argc, char** argv)
             const double ms = timer.nsecsElapsed() / 1e6;
             if (round > 0)
                 times[which].push_back(ms);
-            // Let the started stand-in finish before the next start is timed.
-            QThread::msleep(25);
+            // The next start is timed only once this one's stand-in has run, so the two never
+            // compete for the processor.
+            ++started;
+            if (!WaitForLines(record, started)) {
+                std::fprintf(stderr, "bench_launch: start %d never reached the stand-in\n",
+                             started);
+                return 1;
+            }
         }
     }
 
-    // Every start must have reached the stand-in, with the same arguments both ways.
-    const int expected = 2 * (rounds + 1);
-    for (int i = 0; i < 200 && CountLines(record) < expected; ++i)
-        QThread::msleep(25);
+    // Every start reached the stand-in, with the same arguments both ways.
+    const int expected = started;
     QFile file(record);
     file.open(QIODevice::ReadOnly);
     const QList<QByteArray> lines = file.readAll().split('\n');

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -128,13 +129,17 @@ ChildRun RunChild(const QString& program, const QStringList& arguments,
 
 LauncherHome::LauncherHome(const QString& defaultIni)
 {
-    QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/nimbra-bench-XXXXXX"));
-    dir.setAutoRemove(false);
-    m_root = dir.path();
-    m_valid = dir.isValid() && QDir(m_root).mkpath(QStringLiteral("data/Nimbra Mobile")) &&
-              QDir(m_root).mkpath(QStringLiteral("runtime")) &&
-              QFile::setPermissions(m_root + QStringLiteral("/runtime"),
-                                    QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner) &&
+    QTemporaryDir root(QDir::tempPath() + QStringLiteral("/nimbra-bench-XXXXXX"));
+    const QString tmpfs = QStringLiteral("/dev/shm");
+    QTemporaryDir runtime((QFileInfo(tmpfs).isWritable() ? tmpfs : root.path()) +
+                          QStringLiteral("/nimbra-bench-runtime-XXXXXX"));
+    root.setAutoRemove(false);
+    runtime.setAutoRemove(false);
+    m_root = root.path();
+    m_runtime = runtime.path();
+    // QTemporaryDir creates its folder for the owner alone, as a runtime folder must be.
+    m_valid = root.isValid() && runtime.isValid() &&
+              QDir(m_root).mkpath(QStringLiteral("data/Nimbra Mobile")) &&
               QFile::copy(defaultIni, m_root + QStringLiteral("/data/Nimbra Mobile/Launcher.ini"));
 }
 
@@ -142,12 +147,14 @@ LauncherHome::~LauncherHome()
 {
     if (!m_root.isEmpty())
         QDir(m_root).removeRecursively();
+    if (!m_runtime.isEmpty())
+        QDir(m_runtime).removeRecursively();
 }
 
 QList<QByteArray> LauncherHome::environment() const
 {
     return {"XDG_DATA_HOME=" + QFile::encodeName(m_root + QStringLiteral("/data")),
-            "XDG_RUNTIME_DIR=" + QFile::encodeName(m_root + QStringLiteral("/runtime"))};
+            "XDG_RUNTIME_DIR=" + QFile::encodeName(m_runtime)};
 }
 
 double Median(std::vector<double> values)

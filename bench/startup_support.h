@@ -25,7 +25,9 @@ ChildRun RunChild(const QString& program, const QStringList& arguments,
                   const QList<QByteArray>& environment, bool awaitLine, int timeoutMs = 20000);
 
 // A folder for XDG_DATA_HOME holding the shipped default as the user's Launcher.ini (a
-// returning user), and a private XDG_RUNTIME_DIR; both removed by the destructor.
+// returning user), and a private XDG_RUNTIME_DIR; both removed by the destructor. The runtime
+// folder is on tmpfs (/dev/shm) where there is one, as a desktop session's /run/user is: the
+// single-instance lock file is synced to disk, which costs milliseconds on a real disk.
 class LauncherHome
 {
 public:
@@ -36,6 +38,7 @@ public:
 
 private:
     QString m_root;
+    QString m_runtime;
     bool m_valid = false;
 };
 

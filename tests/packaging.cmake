@@ -9,7 +9,7 @@ if(UNIX AND NOT APPLE)
         add_test(NAME packaging_${kind}
                  COMMAND "${PROJECT_SOURCE_DIR}/packaging/tests/${kind}-test"
                          "${CMAKE_BINARY_DIR}" $<TARGET_FILE:packaging_closewindow>)
-        # Both read the whole build tree and run `make preinstall` through cpack: one at a time.
+        # Both install from the build tree, which records install_manifest.txt: one at a time.
         set_tests_properties(packaging_${kind} PROPERTIES
             ENVIRONMENT "CMAKE=${CMAKE_COMMAND};CPACK=${CMAKE_CPACK_COMMAND}"
             RESOURCE_LOCK packaging

@@ -193,6 +193,10 @@ void ConfigFormatTest::profileValueWalk_data()
     QTest::newRow("profile header is an argument")
         << "[Profile] 1" << QList<int>{0, 0, 0} << " [Profile] 1";
     QTest::newRow("spacing not kept") << "\t-a   -b\t" << QList<int>{0, 0, 0} << " -a -b";
+    // The separators are what trimmed() strips when saving, Unicode spaces included, so a
+    // saved value cannot turn into a section token on the way back.
+    QTest::newRow("no-break space separates")
+        << QStringLiteral("[Input]\u00a05\u00a0-x") << QList<int>{0, 0, 5} << " -x";
     QTest::newRow("index wraps to 32 bits")
         << "[PixelDensity] 4294967297" << QList<int>{0, 1, 0} << "";
     QTest::newRow("empty value") << "" << QList<int>{0, 0, 0} << "";

@@ -101,8 +101,8 @@ void MainWindowTest::addsEntry_data()
     QTest::addColumn<QStringList>("texts");
     QTest::addColumn<QString>("button");
     QTest::addColumn<QString>("value");
-    QTest::newRow("resolution") << 1 << QStringList{"Phone WVGA", "480", "800"} << "OK"
-                                << " -windowsize 480x800";
+    QTest::newRow("resolution") << 1 << QStringList{"Phone HVGA", "320", "480"} << "OK"
+                                << " -windowsize 320x480";
     QTest::newRow("resolution of the screen's size")
         << 1 << QStringList{"Screen", width, height} << "OK"
         << " -windowsize " + width + "x" + height;
