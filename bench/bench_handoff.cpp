@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QProcess>
 #include <QThread>
 
@@ -11,11 +12,18 @@
 
 namespace {
 
-// Starts the first instance and waits until a later start is answered.
-bool StartPrimary(QProcess& primary, const QList<QByteArray>& environment)
+QList<QByteArray> Environment(const LauncherHome& home)
+{
+    return home.environment() + QList<QByteArray>{"QT_QPA_PLATFORM=offscreen"};
+}
+
+// Starts the first instance and waits until a later start is answered. A later start made
+// before the first one holds its lock would become the first instance itself, so nothing is
+// started until the first one's socket shows up in the runtime folder, which is ours alone.
+bool StartPrimary(QProcess& primary, const LauncherHome& home)
 {
     QProcessEnvironment processEnvironment = QProcessEnvironment::systemEnvironment();
-    for (const QByteArray& assignment : environment) {
+    for (const QByteArray& assignment : Environment(home)) {
         const int equals = assignment.indexOf('=');
         processEnvironment.insert(QString::fromLocal8Bit(assignment.left(equals)),
                                   QString::fromLocal8Bit(assignment.mid(equals + 1)));
@@ -27,12 +35,16 @@ bool StartPrimary(QProcess& primary, const QList<QByteArray>& environment)
     if (!primary.waitForStarted())
         return false;
     const QDeadlineTimer deadline(20000);
-    while (!deadline.hasExpired() && primary.state() == QProcess::Running) {
-        if (RunChild(QStringLiteral(LAUNCHER), {}, environment, false).ok)
-            return true;
-        QThread::msleep(50);
+    const QDir runtime(home.runtimeDir());
+    while (runtime.entryList(QDir::System).isEmpty()) {
+        if (deadline.hasExpired() || primary.state() != QProcess::Running) {
+            std::fprintf(stderr, "bench_handoff: no instance socket appeared in %s\n",
+                         qPrintable(home.runtimeDir()));
+            return false;
+        }
+        QThread::msleep(10);
     }
-    return false;
+    return RunChild(QStringLiteral(LAUNCHER), {}, Environment(home), false).ok;
 }
 
 } // namespace
@@ -50,11 +62,10 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "bench_handoff: cannot prepare a temporary home\n");
         return 1;
     }
-    const QList<QByteArray> environment =
-        home.environment() + QList<QByteArray>{"QT_QPA_PLATFORM=offscreen"};
+    const QList<QByteArray> environment = Environment(home);
 
     QProcess primary;
-    if (!StartPrimary(primary, environment)) {
+    if (!StartPrimary(primary, home)) {
         std::fprintf(stderr, "bench_handoff: the first launcher did not come up\n");
         return 1;
     }
@@ -79,11 +90,11 @@ int main(int argc, char** argv)
 
     const double second = Median(times[0]);
     const double reference = Median(times[1]);
-    const double ratio = second / reference;
+    const double ratio = MedianRatio(times[0], times[1]);
     std::printf("### Second start hands over and exits (offscreen; median of %d alternating "
                 "runs each)\n\n",
                 rounds);
-    PrintHeader({"Measure", "Measured", "Reference", "Ratio", "Goal ratio", "Result"},
+    PrintHeader({"Measure", "Measured", "Reference", "Ratio (per round)", "Goal ratio", "Result"},
                 QStringLiteral("lrrrrl"));
     PrintRow({QStringLiteral("second launcher start, spawn to exit 0, against a QApplication "
                              "that ends at once"),

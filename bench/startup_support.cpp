@@ -166,6 +166,14 @@ double Median(std::vector<double> values)
     return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
+double MedianRatio(const std::vector<double>& measured, const std::vector<double>& reference)
+{
+    std::vector<double> ratios;
+    for (size_t i = 0; i < measured.size() && i < reference.size(); ++i)
+        ratios.push_back(measured[i] / reference[i]);
+    return Median(ratios);
+}
+
 void PrintRow(const QStringList& cells)
 {
     QString line = QStringLiteral("|");

@@ -35,6 +35,7 @@ public:
     ~LauncherHome();
     bool isValid() const { return m_valid; }
     QList<QByteArray> environment() const;
+    QString runtimeDir() const { return m_runtime; }
 
 private:
     QString m_root;
@@ -43,6 +44,9 @@ private:
 };
 
 double Median(std::vector<double> values);
+// Median of measured[i] / reference[i]: each pair ran back to back under the same load, so
+// this ratio is steadier than the ratio of the two medians on a busy machine.
+double MedianRatio(const std::vector<double>& measured, const std::vector<double>& reference);
 
 // "| a | b |" with the cells escaped for Markdown.
 void PrintRow(const QStringList& cells);

@@ -50,19 +50,21 @@ QString EditingState(QWidget* window, const QList<Profile>& profiles,
                      const QList<ConfigSection>& sections)
 {
     QStringList state;
+    const auto rows = [](auto* view, auto text) {
+        QStringList items;
+        for (int i = 0; i < view->count(); ++i)
+            items.append(text(i));
+        return items.join(u'/');
+    };
     for (QWidget* widget : window->findChildren<QWidget*>()) {
         if (auto* list = qobject_cast<QListWidget*>(widget)) {
-            QStringList items;
-            for (int i = 0; i < list->count(); ++i)
-                items.append(list->item(i)->text());
-            state.append(
-                QStringLiteral("list %1 at %2").arg(items.join(u'/')).arg(list->currentRow()));
+            state.append(QStringLiteral("list %1 at %2")
+                             .arg(rows(list, [list](int i) { return list->item(i)->text(); }))
+                             .arg(list->currentRow()));
         } else if (auto* combo = qobject_cast<QComboBox*>(widget)) {
-            QStringList items;
-            for (int i = 0; i < combo->count(); ++i)
-                items.append(combo->itemText(i));
-            state.append(
-                QStringLiteral("combo %1 at %2").arg(items.join(u'/')).arg(combo->currentIndex()));
+            state.append(QStringLiteral("combo %1 at %2")
+                             .arg(rows(combo, [combo](int i) { return combo->itemText(i); }))
+                             .arg(combo->currentIndex()));
         } else if (auto* edit = qobject_cast<QLineEdit*>(widget)) {
             state.append(QStringLiteral("edit \"%1\"").arg(edit->text()));
         } else if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
@@ -95,9 +97,11 @@ QStringList Saveable(QList<Profile> profiles, const QList<ConfigSection>& sectio
 
 } // namespace
 
-QString EditingReloadDifference(const QList<Profile>& profiles,
+QString EditingReloadDifference(bool saved, const QList<Profile>& profiles,
                                 const QList<ConfigSection>& sections)
 {
+    if (!saved)
+        return QStringLiteral("not saved");
     QList<ConfigSection> read;
     qint32 version = 0;
     if (!Config::ReadFile(UserConfigPath(), read, &version) || version != Config::CurrentVersion)

@@ -23,8 +23,9 @@ QStringList EditingProfiles(const QList<Profile>& profiles);
 QString EditingState(QWidget* window, const QList<Profile>& profiles,
                      const QList<ConfigSection>& sections);
 
-// Reads the user's Launcher.ini back: empty when it holds the model, else what it holds.
-QString EditingReloadDifference(const QList<Profile>& profiles,
+// Reads the user's Launcher.ini back after a save: empty when it holds the model, else what
+// went wrong or what it holds.
+QString EditingReloadDifference(bool saved, const QList<Profile>& profiles,
                                 const QList<ConfigSection>& sections);
 
 class ModalAnswerer;

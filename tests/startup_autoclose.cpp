@@ -21,25 +21,20 @@ void Report(const QStringList& fields)
     std::fprintf(stderr, "%s\n", qPrintable(fields.join(u'|')));
 }
 
-void AnswerBox(QMessageBox* box)
-{
-    Report({QStringLiteral("box"), box->windowTitle(), box->text(), box->informativeText(),
-            QString::number(box->icon()), QString::number(box->standardButtons()),
-            box->parentWidget() ? QStringLiteral("parent") : QStringLiteral("no parent")});
-    if (QAbstractButton* ok = box->button(QMessageBox::Ok))
-        ok->click();
-    else
-        box->reject();
-}
-
 void Poll()
 {
     static QElapsedTimer shown;
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-        if (box->isVisible() && !box->property("answered").toBool()) {
-            box->setProperty("answered", true);
-            AnswerBox(box);
-        }
+        if (!box->isVisible() || box->property("answered").toBool())
+            return;
+        box->setProperty("answered", true);
+        Report({"box", box->windowTitle(), box->text(), box->informativeText(),
+                QString::number(box->icon()), QString::number(box->standardButtons()),
+                box->parentWidget() ? "parent" : "no parent"});
+        if (QAbstractButton* ok = box->button(QMessageBox::Ok))
+            ok->click();
+        else
+            box->reject();
         return;
     }
     for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -53,9 +48,8 @@ void Poll()
             return;
         window->close();
         // The loop has not ended yet: saving must wait for the window's destruction.
-        Report({QStringLiteral("closed"), window->windowTitle(),
-                QFile::exists(GetFileName(UserConfigFile)) ? QStringLiteral("file exists")
-                                                           : QStringLiteral("no file")});
+        Report({"closed", window->windowTitle(),
+                QFile::exists(GetFileName(UserConfigFile)) ? "file exists" : "no file"});
         return;
     }
 }

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QPushButton>
 #include <QTemporaryDir>
 
 QString UsePrivateDataLocation()
@@ -28,4 +29,25 @@ QByteArray ReadBytes(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QByteArray SizeAndDensitySections()
+{
+    return "[Resolution]\n"
+           "\"Any size\"\t\"\"\n"
+           "\"Small\"\t\" -windowsize 320x480\"\n"
+           "\"Large\"\t\" -windowsize 720x1280\"\n"
+           "[PixelDensity]\n"
+           "\"Any density\"\t\"\"\n"
+           "\"mdpi\"\t\" -ppi 160\"\n"
+           "\"hdpi\"\t\" -ppi 240\"\n";
+}
+
+QPushButton* ButtonWithText(const QWidget& window, const QString& text)
+{
+    for (QPushButton* button : window.findChildren<QPushButton*>()) {
+        if (button->text() == text)
+            return button;
+    }
+    return nullptr;
 }

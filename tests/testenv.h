@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 // Points the per-user data location at a fresh private folder for this test process, so
 // tests never touch the real user's files and parallel tests never share one. Returns it.
@@ -12,3 +13,25 @@ QString UserConfigPath();
 // Writes text to path (creating folders); returns success.
 bool WriteText(const QString& path, const QByteArray& text);
 QByteArray ReadBytes(const QString& path);
+
+// Every entry of a section list as "section|key|value", in section order. A template so this
+// header needs no launcher headers.
+template <typename Sections> QStringList DumpEntries(const Sections& sections)
+{
+    QStringList lines;
+    for (int s = 0; s < sections.size(); ++s) {
+        for (const auto& entry : sections[s].entries)
+            lines.append(QString::number(s) + u'|' + entry.key + u'|' + entry.value);
+    }
+    return lines;
+}
+
+class QPushButton;
+class QWidget;
+
+// The option rows the window tests share: three resolutions and three densities, the first
+// of each with an empty value.
+QByteArray SizeAndDensitySections();
+
+// The push button under window showing text, or null.
+QPushButton* ButtonWithText(const QWidget& window, const QString& text);

@@ -32,8 +32,7 @@ void RecordMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
 // from the code under test.
 QString ContentsPath()
 {
-    const QString macos = QCoreApplication::applicationDirPath();
-    return macos.chopped(int(qstrlen("/MacOS")));
+    return QCoreApplication::applicationDirPath().chopped(int(qstrlen("/MacOS")));
 }
 
 constexpr rlim_t FileSizeLimit = 64 * 1024;
@@ -116,7 +115,6 @@ void ConfigFilesTest::fileNameTrace()
     qInstallMessageHandler(previous);
 
     QCOMPARE(result, path);
-    QVERIFY(!result.contains(QLatin1String("..")));
     if (shipped)
         QVERIFY2(QFileInfo::exists(result), qPrintable(result));
     const QPair<QtMsgType, QString> trace{

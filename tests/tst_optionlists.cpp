@@ -9,7 +9,6 @@
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
 #include <QTest>
@@ -48,18 +47,11 @@ ModalAnswerer::Answer AddAnswer(const QStringList& texts, const QString& button,
     };
 }
 
-// The section's entries, checked to be in step with its combo box's rows.
 QStringList Entries(const ConfigSection& section)
 {
     QStringList lines;
-    for (int i = 0; i < section.entries.size(); ++i) {
-        const OptionEntry& entry = section.entries[i];
+    for (const OptionEntry& entry : section.entries)
         lines.append(entry.key + u'|' + entry.value);
-        if (section.comboBox->itemText(i) != entry.key)
-            lines.append("combo row differs: " + section.comboBox->itemText(i));
-    }
-    if (section.comboBox->count() != section.entries.size())
-        lines.append("combo rows: " + QString::number(section.comboBox->count()));
     return lines;
 }
 
@@ -84,8 +76,7 @@ private:
     static QString State(MainWindow& w) { return EditingState(&w, w.m_profiles, w.m_sections); }
     static QString ReloadDifference(MainWindow& w)
     {
-        w.SaveConfig();
-        return EditingReloadDifference(w.m_profiles, w.m_sections);
+        return EditingReloadDifference(w.SaveConfig(), w.m_profiles, w.m_sections);
     }
     static QPushButton* RemoveButton(MainWindow& w, int section)
     {
@@ -101,23 +92,15 @@ void MainWindowTest::addsEntry_data()
     QTest::addColumn<QStringList>("texts");
     QTest::addColumn<QString>("button");
     QTest::addColumn<QString>("value");
-    QTest::newRow("resolution") << 1 << QStringList{"Phone HVGA", "320", "480"} << "OK"
-                                << " -windowsize 320x480";
-    QTest::newRow("resolution of the screen's size")
+    QTest::newRow("resolution of the screen's size, no warning")
         << 1 << QStringList{"Screen", width, height} << "OK"
         << " -windowsize " + width + "x" + height;
-    QTest::newRow("pixel density") << 2 << QStringList{"hdpi", "240"} << "OK"
-                                   << " -ppi 240";
-    QTest::newRow("pixel density, no size check, name as typed")
-        << 2 << QStringList{" odd, = \tname ", "99999999"} << "OK"
+    QTest::newRow("pixel density: existing name, no size check")
+        << 2 << QStringList{"mdpi", "99999999"} << "OK"
         << " -ppi 99999999";
-    QTest::newRow("existing name") << 2 << QStringList{"mdpi", "200"} << "OK"
-                                   << " -ppi 200";
     QTest::newRow("resolution, Cancel") << 1 << QStringList{"A", "1", "1"} << "Cancel"
                                         << "";
-    QTest::newRow("resolution, Escape") << 1 << QStringList{"A", "1", "1"} << "Escape"
-                                        << "";
-    QTest::newRow("pixel density, Cancel") << 2 << QStringList{"A", "1"} << "Cancel"
+    QTest::newRow("pixel density, Escape") << 2 << QStringList{"A", "1"} << "Escape"
                                            << "";
 }
 
@@ -147,6 +130,7 @@ void MainWindowTest::addsEntry()
     }
     const ConfigSection& options = window.m_sections[section];
     QCOMPARE(Entries(options), entries + QStringList{texts[0] + u'|' + value});
+    QCOMPARE(options.comboBox->itemText(entries.size()), texts[0]);
     QCOMPARE(options.comboBox->currentIndex(), entries.size());
     QVERIFY(RemoveButton(window, section)->isEnabled());
     QCOMPARE(EditingProfiles(window.m_profiles), profiles);
@@ -155,39 +139,27 @@ void MainWindowTest::addsEntry()
 
 void MainWindowTest::warnsAboutResolutionBeyondScreen_data()
 {
-    QTest::addColumn<int>("extraWidth");
-    QTest::addColumn<int>("extraHeight");
+    QTest::addColumn<QSize>("extra");
     QTest::addColumn<QString>("answer");
-    QTest::newRow("one wider, No") << 1 << 0 << "No";
-    QTest::newRow("one taller, No") << 0 << 1 << "No";
-    QTest::newRow("one taller, Escape") << 0 << 1 << "Escape";
-    QTest::newRow("one wider, Yes") << 1 << 0 << "Yes";
-    QTest::newRow("one taller, Yes") << 0 << 1 << "Yes";
+    QTest::newRow("one wider, No") << QSize(1, 0) << "No";
+    QTest::newRow("one taller, Escape") << QSize(0, 1) << "Escape";
+    QTest::newRow("one taller, Yes") << QSize(0, 1) << "Yes";
 }
 
 void MainWindowTest::warnsAboutResolutionBeyondScreen()
 {
-    QFETCH(int, extraWidth);
-    QFETCH(int, extraHeight);
+    QFETCH(QSize, extra);
     QFETCH(QString, answer);
     const QSize screen = ScreenSize();
-    const QString width = QString::number(screen.width() + extraWidth);
-    const QString height = QString::number(screen.height() + extraHeight);
+    const QString width = QString::number(screen.width() + extra.width());
+    const QString height = QString::number(screen.height() + extra.height());
     MainWindow window;
     const QString before = State(window);
     const QStringList entries = Entries(window.m_sections[1]);
 
     ModalAnswerer answerer;
-    QStringList buttons;
     answerer.enqueue(AddAnswer({"Big", width, height}, "OK"));
-    answerer.enqueue([&](QWidget* dialog) {
-        if (auto* box = qobject_cast<QMessageBox*>(dialog);
-            box && box->icon() == QMessageBox::Warning) {
-            for (QAbstractButton* button : box->buttons())
-                buttons.append(button->text());
-        }
-        Press(dialog, answer);
-    });
+    answerer.enqueue([=](QWidget* dialog) { Press(dialog, answer); });
     EditingGuard(answerer);
     window.OnAddResolution();
 
@@ -199,8 +171,6 @@ void MainWindowTest::warnsAboutResolutionBeyondScreen()
                               .arg(width, height)
                               .arg(screen.width())
                               .arg(screen.height())}));
-    buttons.sort();
-    QCOMPARE(buttons, (QStringList{"No", "Yes"}));
     if (answer != "Yes") {
         QCOMPARE(State(window), before);
         return;
@@ -233,14 +203,8 @@ void MainWindowTest::removesEntry_data()
     QTest::newRow("unused pixel density before used ones")
         << 2 << 1 << ""
         << "" << QStringList{"Base||0 0 0", "Phone||1 1 0", "Tablet| -t|2 2 1", "Watch| -b|1 1 1"};
-    QTest::newRow("unused last resolution")
-        << 1 << 3 << ""
-        << "" << QStringList{"Base||0 0 0", "Phone||1 2 0", "Tablet| -t|2 3 1", "Watch| -b|1 2 1"};
-    QTest::newRow("declined, resolution") << 1 << 1 << "No"
-                                          << "Confirm remove resolution" + users << QStringList();
-    QTest::newRow("declined, pixel density")
-        << 2 << 2 << "No"
-        << "Confirm remove pixel density" + users << QStringList();
+    QTest::newRow("declined") << 1 << 1 << "No"
+                              << "Confirm remove resolution" + users << QStringList();
 }
 
 void MainWindowTest::removesEntry()
@@ -257,7 +221,6 @@ void MainWindowTest::removesEntry()
     const QString before = State(window);
     QStringList entries = Entries(options);
     entries.removeAt(entry);
-    const QStringList otherEntries = Entries(window.m_sections[3 - section]);
 
     ModalAnswerer answerer;
     if (!answer.isEmpty())
@@ -272,7 +235,7 @@ void MainWindowTest::removesEntry()
     }
     QCOMPARE(EditingProfiles(window.m_profiles), profiles);
     QCOMPARE(Entries(options), entries);
-    QCOMPARE(Entries(window.m_sections[3 - section]), otherEntries);
+    QCOMPARE(options.comboBox->count(), entries.size());
     QCOMPARE(options.comboBox->currentIndex(), 0);
     QVERIFY(!RemoveButton(window, section)->isEnabled());
     // A repair reaches the model only: the field shows it once Phone is chosen again.
@@ -280,7 +243,6 @@ void MainWindowTest::removesEntry()
     window.m_profileList->setCurrentRow(0);
     window.m_profileList->setCurrentRow(1);
     QCOMPARE(window.m_argumentsEdit->text(), window.m_profiles[1].arguments);
-    QVERIFY(!window.m_addUpdateButton->isEnabled());
     QCOMPARE(ReloadDifference(window), QString());
 }
 

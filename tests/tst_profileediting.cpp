@@ -18,21 +18,18 @@ const QString ReplaceQuestion =
     NameDialog + QStringLiteral("This profile already exists. Do you want to replace it?");
 const QString QuoteWarning = NameDialog + QStringLiteral("A profile name can't contain a double "
                                                          "quote (\"). Please choose another name.");
-const QString NameOpened = QStringLiteral("Enter the name for the new profile|");
 
-// Answers with "typed|button": a name dialog gets the text typed first, and notes its label
-// and the text it opened with in *opened.
-void Answer(ModalAnswerer& answerer, const QStringList& steps, QStringList* opened)
+// Answers with "typed|button"; a name dialog must open empty each time.
+void Answer(ModalAnswerer& answerer, const QStringList& steps)
 {
     for (const QString& step : steps) {
-        const QString typed = step.section(u'|', 0, 0);
-        const QString button = step.section(u'|', 1);
         answerer.enqueue([=](QWidget* dialog) {
             if (auto* input = qobject_cast<QInputDialog*>(dialog)) {
-                opened->append(input->labelText() + u'|' + input->textValue());
-                input->findChild<QLineEdit*>()->setText(typed);
+                QCOMPARE(input->labelText(), "Enter the name for the new profile");
+                QCOMPARE(input->textValue(), QString());
+                input->findChild<QLineEdit*>()->setText(step.section(u'|', 0, 0));
             }
-            ModalAnswerer::PressButton(dialog, button);
+            ModalAnswerer::PressButton(dialog, step.section(u'|', 1));
         });
     }
     EditingGuard(answerer);
@@ -60,8 +57,7 @@ private:
     static QString State(MainWindow& w) { return EditingState(&w, w.m_profiles, w.m_sections); }
     static QString ReloadDifference(MainWindow& w)
     {
-        w.SaveConfig();
-        return EditingReloadDifference(w.m_profiles, w.m_sections);
+        return EditingReloadDifference(w.SaveConfig(), w.m_profiles, w.m_sections);
     }
     static void SetControls(MainWindow& w, int resolution, int density, int input,
                             const QString& arguments)
@@ -80,17 +76,6 @@ private:
             .arg(w.m_sections[2].comboBox->currentIndex())
             .arg(w.m_sections[3].comboBox->currentIndex());
     }
-    // The list's rows, which must show the profiles' names in step.
-    static QStringList Rows(const MainWindow& w)
-    {
-        QStringList rows;
-        for (int i = 0; i < w.m_profileList->count(); ++i)
-            rows.append(w.m_profileList->item(i)->text());
-        QStringList names;
-        for (const Profile& p : w.m_profiles)
-            names.append(p.name);
-        return rows == names ? rows : QStringList{"rows and profiles differ"};
-    }
 };
 
 void MainWindowTest::addsOrReplacesProfile_data()
@@ -98,11 +83,8 @@ void MainWindowTest::addsOrReplacesProfile_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("row"); // where the profile stands afterwards
     QTest::newRow("new name") << "Fresh" << 4;
-    QTest::newRow("other letter case") << "base" << 4;
-    QTest::newRow("leading blank") << " Base" << 4;
-    QTest::newRow("trailing blank") << "Base " << 4;
-    QTest::newRow("only blanks") << "   " << 4;
-    QTest::newRow("comma, equals sign and tab") << "a,b = c\td" << 4;
+    QTest::newRow("other letter case is new") << "base" << 4;
+    QTest::newRow("blanks around are new") << " Base " << 4;
     QTest::newRow("later profile's name, replaced") << "Tablet" << 2;
     QTest::newRow("first profile's name, replaced") << "Base" << 0;
 }
@@ -118,18 +100,14 @@ void MainWindowTest::addsOrReplacesProfile()
         expected.append(QString());
     expected[row] = name + "|  -x 1  |2 3 1";
     SetControls(window, 2, 3, 1, "  -x 1  ");
-    QVERIFY(window.m_addUpdateButton->isEnabled());
 
     ModalAnswerer answerer;
-    QStringList opened;
-    Answer(answerer, QStringList{name + "|OK", "|OK"}.mid(0, replaces ? 2 : 1), &opened);
+    Answer(answerer, QStringList{name + "|OK", "|OK"}.mid(0, replaces ? 2 : 1));
     window.m_addUpdateButton->click();
 
-    const QStringList seen{NameDialog, ReplaceQuestion};
-    QCOMPARE(answerer.seen, seen.mid(0, replaces ? 2 : 1));
-    QCOMPARE(opened, QStringList{NameOpened});
+    QCOMPARE(answerer.seen, QStringList({NameDialog, ReplaceQuestion}).mid(0, replaces ? 2 : 1));
     QCOMPARE(EditingProfiles(window.m_profiles), expected);
-    QCOMPARE(Rows(window).size(), expected.size());
+    QCOMPARE(window.m_profileList->count(), expected.size());
     QCOMPARE(window.m_profileList->currentRow(), row);
     QCOMPARE(Controls(window), expected[row]);
     QCOMPARE(window.m_addUpdateButton->text(), row == 0 ? "Add" : "Update");
@@ -162,12 +140,10 @@ void MainWindowTest::addEndingWithoutProfileChangesNothing()
     const QString before = State(window);
 
     ModalAnswerer answerer;
-    QStringList opened;
-    Answer(answerer, steps, &opened);
+    Answer(answerer, steps);
     window.m_addUpdateButton->click();
 
     QCOMPARE(answerer.seen, seen);
-    QCOMPARE(opened, QStringList(seen.count(NameDialog), NameOpened)); // always an empty field
     QCOMPARE(State(window), before);
 }
 
@@ -179,7 +155,6 @@ void MainWindowTest::updatesSelectedProfile()
     QStringList expected = EditingProfiles(window.m_profiles);
     expected[1] = "Phone|  -y  |3 1 1";
     SetControls(window, 3, 1, 1, "  -y  ");
-    QVERIFY(window.m_addUpdateButton->isEnabled());
 
     ModalAnswerer answerer;
     EditingGuard(answerer);
@@ -187,7 +162,7 @@ void MainWindowTest::updatesSelectedProfile()
 
     QCOMPARE(answerer.seen, QStringList());
     QCOMPARE(EditingProfiles(window.m_profiles), expected);
-    QCOMPARE(Rows(window).size(), 4);
+    QCOMPARE(window.m_profileList->count(), 4);
     QVERIFY(!window.m_addUpdateButton->isEnabled());
     // Stored as typed: coming back shows the blanks again.
     window.m_profileList->setCurrentRow(0);
@@ -200,18 +175,15 @@ void MainWindowTest::removesProfile_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<QString>("answer");
-    QTest::addColumn<QStringList>("remaining");
-    QTest::newRow("second of four") << 1 << "OK" << QStringList{"Base", "Tablet", "Watch"};
-    QTest::newRow("third of four") << 2 << "OK" << QStringList{"Base", "Phone", "Watch"};
-    QTest::newRow("last row") << 3 << "OK" << QStringList{"Base", "Phone", "Tablet"};
-    QTest::newRow("declined") << 2 << "Cancel" << QStringList();
+    QTest::newRow("middle row") << 1 << "OK";
+    QTest::newRow("last row") << 3 << "OK";
+    QTest::newRow("declined") << 2 << "Cancel";
 }
 
 void MainWindowTest::removesProfile()
 {
     QFETCH(int, row);
     QFETCH(QString, answer);
-    QFETCH(QStringList, remaining);
     MainWindow window;
     QStringList expected = EditingProfiles(window.m_profiles);
     expected.removeAt(row);
@@ -224,20 +196,17 @@ void MainWindowTest::removesProfile()
     EditingGuard(answerer);
     window.m_removeProfileButton->click();
 
-    QCOMPARE(
-        answerer.seen,
-        QStringList{"Confirm Remove Profile|Are you sure you want to remove this profile?\n\n" +
-                    name});
+    QCOMPARE(answerer.seen, QStringList{"Confirm Remove Profile|Are you sure you want to remove "
+                                        "this profile?\n\n" +
+                                        name});
     if (answer != "OK") {
         QCOMPARE(State(window), before);
         return;
     }
-    QCOMPARE(Rows(window), remaining);
+    QCOMPARE(window.m_profileList->count(), expected.size());
     QCOMPARE(EditingProfiles(window.m_profiles), expected);
     QCOMPARE(window.m_profileList->currentRow(), 0);
     QCOMPARE(Controls(window), expected[0]);
-    QCOMPARE(window.m_addUpdateButton->text(), "Add");
-    QVERIFY(!window.m_addUpdateButton->isEnabled());
     QVERIFY(!window.m_removeProfileButton->isEnabled());
     QCOMPARE(ReloadDifference(window), QString());
 }
