@@ -79,36 +79,41 @@ QString EditingState(QWidget* window, const QList<Profile>& profiles,
     return state.join(u'\n');
 }
 
-namespace {
-
-// Profiles and option entries as a file can hold them: arguments by their words only, as
-// the file keeps no spacing between them.
-QStringList Saveable(QList<Profile> profiles, const QList<ConfigSection>& sections)
-{
-    for (Profile& p : profiles)
-        p.arguments = p.arguments.simplified();
-    QStringList lines = EditingProfiles(profiles);
-    for (int k = 1; k < Config::SectionCount; ++k) {
-        for (const OptionEntry& entry : sections[k].entries)
-            lines.append(sections[k].name + entry.key + u'|' + entry.value);
-    }
-    return lines;
-}
-
-} // namespace
-
 QString EditingReloadDifference(bool saved, const QList<Profile>& profiles,
                                 const QList<ConfigSection>& sections)
 {
-    if (!saved)
-        return QStringLiteral("not saved");
     QList<ConfigSection> read;
     qint32 version = 0;
-    if (!Config::ReadFile(UserConfigPath(), read, &version) || version != Config::CurrentVersion)
-        return QStringLiteral("no file of the current version");
-    const QStringList got = Saveable(Config::ProfilesFromSection(read), read);
-    return got == Saveable(profiles, sections) ? QString()
-                                               : QStringLiteral("read back:\n") + got.join(u'\n');
+    if (!saved || !Config::ReadFile(UserConfigPath(), read, &version) ||
+        version != Config::CurrentVersion)
+        return QStringLiteral("not saved at the current version");
+    // The file keeps no spacing between the arguments' words.
+    const auto text = [](QList<ConfigSection> s, QList<Profile> p) {
+        for (Profile& profile : p)
+            profile.arguments = profile.arguments.simplified();
+        Config::StoreProfiles(s, p);
+        return Config::FormatText(s);
+    };
+    const auto got = text(read, Config::ProfilesFromSection(read));
+    return got == text(sections, profiles) ? QString() : QString(got);
+}
+
+void EditingSetControls(const QList<ConfigSection>& sections, QLineEdit* arguments,
+                        const QList<int>& indexes, const QString& text)
+{
+    for (int k = 1; k <= indexes.size(); ++k)
+        sections[k].comboBox->setCurrentIndex(indexes[k - 1]);
+    arguments->setText(text);
+}
+
+QString EditingControls(const QListWidget* list, const QList<ConfigSection>& sections,
+                        const QLineEdit* arguments)
+{
+    return QStringLiteral("%1|%2|%3 %4 %5")
+        .arg(list->currentItem()->text(), arguments->text())
+        .arg(sections[1].comboBox->currentIndex())
+        .arg(sections[2].comboBox->currentIndex())
+        .arg(sections[3].comboBox->currentIndex());
 }
 
 void EditingGuard(ModalAnswerer& answerer, int dialogs)

@@ -7,6 +7,8 @@
 #include <QList>
 #include <QStringList>
 
+class QLineEdit;
+class QListWidget;
 class QWidget;
 
 // The user's Launcher.ini these tests start from. Profiles (Resolution, Pixel Density, Input,
@@ -27,6 +29,14 @@ QString EditingState(QWidget* window, const QList<Profile>& profiles,
 // went wrong or what it holds.
 QString EditingReloadDifference(bool saved, const QList<Profile>& profiles,
                                 const QList<ConfigSection>& sections);
+
+// Sets the option rows to indexes and the arguments field to text.
+void EditingSetControls(const QList<ConfigSection>& sections, QLineEdit* arguments,
+                        const QList<int>& indexes, const QString& text);
+
+// The controls as a line of EditingProfiles, under the current row's name.
+QString EditingControls(const QListWidget* list, const QList<ConfigSection>& sections,
+                        const QLineEdit* arguments);
 
 class ModalAnswerer;
 

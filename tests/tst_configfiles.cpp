@@ -99,7 +99,6 @@ void ConfigFilesTest::fileNameTrace_data()
     QTest::newRow("emulator") << 3 << resources + "Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile"
                               << false;
     QTest::newRow("unknown kind") << 4 << QString() << false;
-    QTest::newRow("negative kind") << -1 << QString() << false;
 }
 
 void ConfigFilesTest::fileNameTrace()

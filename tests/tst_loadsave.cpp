@@ -33,14 +33,11 @@ class MainWindowTest : public QObject
 private slots:
     void initTestCase();
     void init();
-    void emptySectionsGetDefault();
-    void outdatedUserFileRenamed_data();
-    void outdatedUserFileRenamed();
-    void outdatedDefaultFileEmptied();
+    void loadOutcome_data();
+    void loadOutcome();
     void startupFallback_data();
     void startupFallback();
     void savedFileBytes();
-    void saveFolder();
     void roundTrip_data();
     void roundTrip();
 
@@ -62,79 +59,73 @@ void MainWindowTest::init()
     QDir(QFileInfo(UserConfigPath()).path()).removeRecursively();
 }
 
-// Only empty sections get the "Default" entry; the profiles come from section 0 after that.
-void MainWindowTest::emptySectionsGetDefault()
-{
-    MainWindow window;
-    const QByteArray bytes = "$VERSION\t106\n[Resolution]\n\"r\"\t\"\"\n[Input]\n";
-    QVERIFY(WriteText(UserConfigPath(), bytes));
-    ModalAnswerer answerer;
-    answerer.pressButton("OK");
-
-    QVERIFY(window.LoadConfig(UserConfigPath(), true));
-    QCOMPARE(answerer.seen, QStringList());
-    QCOMPARE(DumpEntries(window.m_sections),
-             (QStringList{"0|Default|", "1|r|", "2|Default|", "3|Default|"}));
-    QCOMPARE(Dump(window.m_profiles), QStringList{"Default|0 0 0|"});
-    QCOMPARE(ReadBytes(UserConfigPath()), bytes);
-}
-
-void MainWindowTest::outdatedUserFileRenamed_data()
+void MainWindowTest::loadOutcome_data()
 {
     QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("user");
+    QTest::addColumn<bool>("loaded");
     QTest::addColumn<QString>("renamedTo");
+    QTest::addColumn<QStringList>("warnings");
     QTest::addColumn<QStringList>("entries");
+    QTest::addColumn<QStringList>("profiles");
 
-    QTest::newRow("no version line")
-        << QByteArray("[Input]\n\"a\"\t\"b\"\n") << "Launcher.0.ini" << QStringList{"3|a|b"};
-    QTest::newRow("version 107") << QByteArray("$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n")
-                                 << "Launcher.107.ini" << QStringList{"0|p|[Input] 1 "};
+    const QStringList allDefault{"0|Default|", "1|Default|", "2|Default|", "3|Default|"};
+    const QString folder = QFileInfo(UserConfigPath()).path() + u'/';
+    const auto renamed = [&](const QString& name) {
+        return QStringList{WarningTitle +
+                           "|Your Launcher.ini configuration file is out of date and will not "
+                           "be used. It has been renamed to " +
+                           folder + name + " to make place for a new configuration file."};
+    };
+    // Only empty sections get the "Default" entry; the profiles come from section 0 after that.
+    QTest::newRow("empty sections get Default")
+        << QByteArray("$VERSION\t106\n[Resolution]\n\"r\"\t\"\"\n[Input]\n") << true << true
+        << QString() << QStringList()
+        << QStringList{"0|Default|", "1|r|", "2|Default|", "3|Default|"}
+        << QStringList{"Default|0 0 0|"};
+    // An out-of-date user file keeps what was read and leaves the profiles alone: the caller
+    // loads the default file next, which replaces both.
+    QTest::newRow("user file without version")
+        << QByteArray("[Input]\n\"a\"\t\"b\"\n") << true << false << "Launcher.0.ini"
+        << renamed("Launcher.0.ini") << QStringList{"3|a|b"} << m_defaultProfiles;
+    QTest::newRow("user file version 107")
+        << QByteArray("$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n") << true << false
+        << "Launcher.107.ini" << renamed("Launcher.107.ini") << QStringList{"0|p|[Input] 1 "}
+        << m_defaultProfiles;
+    // An out-of-date default file is not renamed; what was read from it is dropped.
+    QTest::newRow("default file out of date")
+        << QByteArray(
+               "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n[Resolution]\n\"r\"\t\"\"\n")
+        << false << true << QString() << QStringList{WarningTitle + "|Config file is out of date"}
+        << allDefault << QStringList{"Default|0 0 0|"};
 }
 
-// The sections keep what was read and the profiles are left alone: the caller loads the
-// default file next, which replaces both.
-void MainWindowTest::outdatedUserFileRenamed()
+void MainWindowTest::loadOutcome()
 {
     QFETCH(QByteArray, bytes);
+    QFETCH(bool, user);
+    QFETCH(bool, loaded);
     QFETCH(QString, renamedTo);
+    QFETCH(QStringList, warnings);
     QFETCH(QStringList, entries);
+    QFETCH(QStringList, profiles);
+    const QString path = user ? UserConfigPath() : m_files.filePath("LauncherDefault.ini");
     MainWindow window;
-    const QStringList profiles = Dump(window.m_profiles);
-    QVERIFY(WriteText(UserConfigPath(), bytes));
-    ModalAnswerer answerer;
-    answerer.pressButton("OK");
-
-    QVERIFY(!window.LoadConfig(UserConfigPath(), true));
-    const QString renamed = QFileInfo(UserConfigPath()).path() + u'/' + renamedTo;
-    QCOMPARE(answerer.seen,
-             QStringList{WarningTitle +
-                         "|Your Launcher.ini configuration file is out of date and will not be "
-                         "used. It has been renamed to " +
-                         renamed + " to make place for a new configuration file."});
-    QVERIFY(!QFileInfo::exists(UserConfigPath()));
-    QCOMPARE(ReadBytes(renamed), bytes);
-    QCOMPARE(DumpEntries(window.m_sections), entries);
-    QCOMPARE(window.m_sections.size(), Config::SectionCount);
-    QCOMPARE(Dump(window.m_profiles), profiles);
-}
-
-// An out-of-date default file is not renamed; what was read from it is dropped.
-void MainWindowTest::outdatedDefaultFileEmptied()
-{
-    MainWindow window;
-    const QString path = m_files.filePath("LauncherDefault.ini");
-    const QByteArray bytes =
-        "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n[Resolution]\n\"r\"\t\"\"\n";
     QVERIFY(WriteText(path, bytes));
     ModalAnswerer answerer;
     answerer.pressButton("OK");
 
-    QVERIFY(window.LoadConfig(path, false));
-    QCOMPARE(answerer.seen, QStringList{WarningTitle + "|Config file is out of date"});
-    QCOMPARE(DumpEntries(window.m_sections),
-             (QStringList{"0|Default|", "1|Default|", "2|Default|", "3|Default|"}));
-    QCOMPARE(Dump(window.m_profiles), QStringList{"Default|0 0 0|"});
-    QCOMPARE(ReadBytes(path), bytes);
+    QCOMPARE(window.LoadConfig(path, user), loaded);
+    QCOMPARE(answerer.seen, warnings);
+    QCOMPARE(DumpEntries(window.m_sections), entries);
+    QCOMPARE(window.m_sections.size(), Config::SectionCount);
+    QCOMPARE(Dump(window.m_profiles), profiles);
+    if (!renamedTo.isEmpty()) {
+        QVERIFY(!QFileInfo::exists(path));
+        QCOMPARE(ReadBytes(QFileInfo(path).path() + u'/' + renamedTo), bytes);
+    } else {
+        QCOMPARE(ReadBytes(path), bytes);
+    }
 }
 
 void MainWindowTest::startupFallback_data()
@@ -174,7 +165,14 @@ void MainWindowTest::startupFallback()
 
 void MainWindowTest::savedFileBytes()
 {
+    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
     MainWindow window;
+    QVERIFY(QDir(dataHome).removeRecursively());
+    // A model missing a section is not saved, and nothing is created for it.
+    window.m_sections.removeLast();
+    QVERIFY(!window.SaveConfig());
+    QVERIFY(!QFileInfo::exists(dataHome));
+
     window.m_sections = Config::NewSections();
     window.m_sections[0].entries = {{"Stale", "[Resolution] 9 "}};
     window.m_sections[1].entries = {{"Emulator default", ""},
@@ -214,29 +212,6 @@ void MainWindowTest::savedFileBytes()
         "\"Tab\there\"\t\"back\\tslash\"\n"
         "\n";
     QCOMPARE(ReadBytes(UserConfigPath()), expected);
-    // Section 0 is rebuilt from the profiles.
-    QCOMPARE(DumpEntries(window.m_sections).mid(0, 3),
-             (QStringList{
-                 "0|Default|[Resolution] 0 [PixelDensity] 0 [Input] 0 ",
-                 "0|Args|[Resolution] 1 [PixelDensity] 0 [Input] 1 -a  -b",
-                 "0|Extremes|[Resolution] -2147483648 [PixelDensity] 2147483647 [Input] 0 -x"}));
-}
-
-// A model missing a section is not saved, and nothing is created for it; a whole one creates
-// the folder.
-void MainWindowTest::saveFolder()
-{
-    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
-    MainWindow window;
-    QVERIFY(QDir(dataHome).removeRecursively());
-
-    const ConfigSection input = window.m_sections.takeLast();
-    QVERIFY(!window.SaveConfig());
-    QVERIFY(!QFileInfo::exists(dataHome));
-
-    window.m_sections.append(input);
-    QVERIFY(window.SaveConfig());
-    QVERIFY(ReadBytes(UserConfigPath()).contains("\n$VERSION\t106\n"));
 }
 
 void MainWindowTest::roundTrip_data()

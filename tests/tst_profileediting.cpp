@@ -59,22 +59,9 @@ private:
     {
         return EditingReloadDifference(w.SaveConfig(), w.m_profiles, w.m_sections);
     }
-    static void SetControls(MainWindow& w, int resolution, int density, int input,
-                            const QString& arguments)
-    {
-        w.m_sections[1].comboBox->setCurrentIndex(resolution);
-        w.m_sections[2].comboBox->setCurrentIndex(density);
-        w.m_sections[3].comboBox->setCurrentIndex(input);
-        w.m_argumentsEdit->setText(arguments);
-    }
-    // The controls as a line of EditingProfiles, under the current row's name.
     static QString Controls(const MainWindow& w)
     {
-        return QStringLiteral("%1|%2|%3 %4 %5")
-            .arg(w.m_profileList->currentItem()->text(), w.m_argumentsEdit->text())
-            .arg(w.m_sections[1].comboBox->currentIndex())
-            .arg(w.m_sections[2].comboBox->currentIndex())
-            .arg(w.m_sections[3].comboBox->currentIndex());
+        return EditingControls(w.m_profileList, w.m_sections, w.m_argumentsEdit);
     }
 };
 
@@ -99,7 +86,7 @@ void MainWindowTest::addsOrReplacesProfile()
     if (!replaces)
         expected.append(QString());
     expected[row] = name + "|  -x 1  |2 3 1";
-    SetControls(window, 2, 3, 1, "  -x 1  ");
+    EditingSetControls(window.m_sections, window.m_argumentsEdit, {2, 3, 1}, "  -x 1  ");
 
     ModalAnswerer answerer;
     Answer(answerer, QStringList{name + "|OK", "|OK"}.mid(0, replaces ? 2 : 1));
@@ -136,7 +123,7 @@ void MainWindowTest::addEndingWithoutProfileChangesNothing()
     QFETCH(QStringList, steps);
     QFETCH(QStringList, seen);
     MainWindow window;
-    SetControls(window, 2, 3, 1, "-x");
+    EditingSetControls(window.m_sections, window.m_argumentsEdit, {2, 3, 1}, "-x");
     const QString before = State(window);
 
     ModalAnswerer answerer;
@@ -154,7 +141,7 @@ void MainWindowTest::updatesSelectedProfile()
     QCOMPARE(window.m_addUpdateButton->text(), "Update");
     QStringList expected = EditingProfiles(window.m_profiles);
     expected[1] = "Phone|  -y  |3 1 1";
-    SetControls(window, 3, 1, 1, "  -y  ");
+    EditingSetControls(window.m_sections, window.m_argumentsEdit, {3, 1, 1}, "  -y  ");
 
     ModalAnswerer answerer;
     EditingGuard(answerer);
