@@ -122,18 +122,13 @@ int main(int argc, char** argv)
         return 1;
     }
 
-    const double launch = Median(times[0]);
-    const double reference = Median(times[1]);
-    const double ratio = MedianRatio(times[0], times[1]);
     std::printf("### Launch click to emulator process started (offscreen; median of %d "
                 "alternating runs each)\n\n",
                 rounds);
-    PrintHeader({"Measure", "Measured", "Reference", "Ratio (per round)", "Goal ratio", "Result"},
-                QStringLiteral("lrrrrl"));
-    PrintRow({QStringLiteral("OnLaunch (\"Phone WVGA hdpi\") against QProcess::startDetached "
-                             "with the same arguments"),
-              Ms(launch), Ms(reference), QString::number(ratio, 'f', 2) + u'x',
-              QStringLiteral("≤ 1.10x"), GoalResult(ratio, 1.10)});
+    PrintGoalHeader(QStringLiteral("Measure"));
+    PrintGoalRow(QStringLiteral("OnLaunch (\"Phone WVGA hdpi\") against QProcess::startDetached "
+                                "with the same arguments"),
+                 times[0], times[1], 1.10);
     std::printf("\nArguments the stand-in received: %s\n\n", lines.first().constData());
     return 0;
 }

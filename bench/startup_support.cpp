@@ -198,7 +198,20 @@ QString Ms(double ms)
     return QString::number(ms, 'f', ms < 10 ? 2 : 1) + QStringLiteral(" ms");
 }
 
-QString GoalResult(double ratio, double goal)
+void PrintGoalHeader(const QString& firstColumn)
 {
-    return ratio <= goal ? QStringLiteral("met") : QStringLiteral("**not met**");
+    PrintHeader({firstColumn, QStringLiteral("Measured"), QStringLiteral("Reference"),
+                 QStringLiteral("Ratio (per round)"), QStringLiteral("Goal ratio"),
+                 QStringLiteral("Result")},
+                QStringLiteral("lrrrrl"));
+}
+
+void PrintGoalRow(const QString& label, const std::vector<double>& measured,
+                  const std::vector<double>& reference, double goal)
+{
+    const double ratio = MedianRatio(measured, reference);
+    PrintRow({label, Ms(Median(measured)), Ms(Median(reference)),
+              QString::number(ratio, 'f', 2) + u'x',
+              QStringLiteral("≤ ") + QString::number(goal, 'f', 2) + u'x',
+              ratio <= goal ? QStringLiteral("met") : QStringLiteral("**not met**")});
 }

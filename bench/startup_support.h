@@ -52,4 +52,8 @@ double MedianRatio(const std::vector<double>& measured, const std::vector<double
 void PrintRow(const QStringList& cells);
 void PrintHeader(const QStringList& cells, const QString& alignment);
 QString Ms(double ms);
-QString GoalResult(double ratio, double goal);
+// A table row per goal: the medians of measured and reference, their per-round ratio, and
+// whether it stays within goal.
+void PrintGoalHeader(const QString& firstColumn);
+void PrintGoalRow(const QString& label, const std::vector<double>& measured,
+                  const std::vector<double>& reference, double goal);
