@@ -21,7 +21,10 @@ run: build
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
-bench: build
+# Benchmarks build only when asked for; this turns them on in the build tree.
+bench: deps $(BUILD)/CMakeCache.txt
+	cmake -S . -B $(BUILD) -DLAUNCHER_BENCHMARKS=ON
+	cmake --build $(BUILD) -j $(JOBS)
 	./bench/run $(BUILD)
 
 # The fuzzer needs clang and a build dir of its own; FUZZ_SECONDS sets how long it runs.

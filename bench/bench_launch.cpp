@@ -4,8 +4,10 @@
 #include "filelocations.h"
 #include "launcher.h"
 #include "startup_support.h"
+#include "windowfixture.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -14,18 +16,6 @@
 #include <QThread>
 
 #include <cstdio>
-
-// MainWindow lets a class of this name reach its private members.
-class MainWindowTest
-{
-public:
-    static QString Command(const MainWindow& window) { return window.BuildLaunchCommand(); }
-    static void Launch(MainWindow& window) { window.OnLaunch(); }
-    static void SelectProfile(MainWindow& window, int row)
-    {
-        window.m_profileList->setCurrentRow(row);
-    }
-};
 
 namespace {
 
@@ -71,6 +61,13 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(KeepSevereMessages);
 
+    // A fixture app folder whose emulator is the stand-in, as the launcher's own would be.
+    const QString emulator = home.filePath(QStringLiteral("Bench.app/Contents/Resources/"
+                                                          "Nimbra Mobile.app/Contents/MacOS"));
+    QDir().mkpath(emulator);
+    QFile::link(QStringLiteral(STANDIN_EMULATOR), emulator + QStringLiteral("/Nimbra Mobile"));
+    SetApplicationDirForTesting(home.filePath(QStringLiteral("Bench.app/Contents/MacOS")));
+
     QApplication app(argc, argv);
     const int rounds = app.arguments().value(1, QStringLiteral("100")).toInt();
     // A failed start would open a modal box and hang the run.
@@ -82,9 +79,12 @@ int main(int argc, char** argv)
 
     MainWindow window;
     window.show();
-    MainWindowTest::SelectProfile(window, 1);
-    QStringList arguments = QProcess::splitCommand(MainWindowTest::Command(window));
-    const QString program = arguments.takeFirst();
+    WindowFixture::Select(window, 1);
+    const LaunchCommand launch =
+        BuildLaunchCommand(GetFileName(EmulatorFile), WindowFixture::Sections(window),
+                           WindowFixture::Controls(window));
+    const QString& program = launch.program;
+    const QStringList& arguments = launch.arguments;
 
     std::vector<double> times[2];
     int started = 0;
@@ -94,7 +94,7 @@ int main(int argc, char** argv)
             QElapsedTimer timer;
             timer.start();
             if (which == 0)
-                MainWindowTest::Launch(window);
+                window.OnLaunch();
             else if (!QProcess::startDetached(program, arguments))
                 return 1;
             const double ms = timer.nsecsElapsed() / 1e6;

@@ -22,12 +22,14 @@ target_compile_definitions(floor_network PRIVATE FLOOR_WITH_NETWORK)
 qt_add_executable(floor_quit "${CMAKE_CURRENT_LIST_DIR}/floor_quit.cpp")
 target_link_libraries(floor_quit PRIVATE Qt6::Widgets)
 
-# The launcher's own entry point with the probe, beside the launcher so it finds the same files.
-qt_add_executable(launcher_startup "${PROJECT_SOURCE_DIR}/launcher/main.cpp")
-target_link_libraries(launcher_startup PRIVATE launcherui startupprobe)
-set_target_properties(launcher_startup PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${LAUNCHER_MACOS_DIR}")
-
-set(default_ini "${LAUNCHER_RESOURCES_DIR}/LauncherDefault.ini")
+# The launcher's own entry point with the probe, in an app folder of the benchmarks' own that
+# holds the shipped default file, so it starts exactly as the launcher does.
+set(bench_app "${CMAKE_CURRENT_BINARY_DIR}/Bench App.app/Contents")
+qt_add_executable(launcher_startup)
+target_link_libraries(launcher_startup PRIVATE launchermain launcherui startupprobe)
+set_target_properties(launcher_startup PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${bench_app}/MacOS")
+set(default_ini "${bench_app}/Resources/LauncherDefault.ini")
+configure_file("${PROJECT_SOURCE_DIR}/resources/LauncherDefault.ini" "${default_ini}" COPYONLY)
 
 add_executable(bench_startup "${CMAKE_CURRENT_LIST_DIR}/bench_startup.cpp")
 target_link_libraries(bench_startup PRIVATE startupsupport)
@@ -48,8 +50,10 @@ target_compile_definitions(bench_handoff PRIVATE
     LAUNCHER_DEFAULT_INI="${default_ini}")
 add_dependencies(bench_handoff nimbra-mobile-launcher floor_quit)
 
-# Beside the launcher, so GetFileName finds the stand-in emulator as the launcher does.
+# Points the launcher's file lookups at a fixture app folder holding the stand-in emulator.
 qt_add_executable(bench_launch "${CMAKE_CURRENT_LIST_DIR}/bench_launch.cpp")
 target_link_libraries(bench_launch PRIVATE launcherui startupsupport)
-set_target_properties(bench_launch PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${LAUNCHER_MACOS_DIR}")
+target_include_directories(bench_launch PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+target_compile_definitions(bench_launch PRIVATE
+    STANDIN_EMULATOR="$<TARGET_FILE:nimbra-mobile-emulator-standin>")
 add_dependencies(bench_launch nimbra-mobile-emulator-standin)

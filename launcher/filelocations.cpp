@@ -7,15 +7,27 @@
 
 namespace {
 
+QString& ApplicationDirOverride()
+{
+    static QString folder;
+    return folder;
+}
+
 // The app folder is laid out like a macOS bundle on every platform: the executable sits in
 // Contents/MacOS and everything it ships in Contents/Resources.
 QString ResourcePath(const QString& name)
 {
-    return QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/../Resources/") + name)
-        .absolutePath();
+    const QString& override = ApplicationDirOverride();
+    const QString macos = override.isEmpty() ? QCoreApplication::applicationDirPath() : override;
+    return QDir(macos + QStringLiteral("/../Resources/") + name).absolutePath();
 }
 
 } // namespace
+
+void SetApplicationDirForTesting(const QString& macosFolder)
+{
+    ApplicationDirOverride() = macosFolder;
+}
 
 QString GetFileName(int kind)
 {

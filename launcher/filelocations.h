@@ -12,3 +12,7 @@ enum FileKind {
 // Path of the file of the given kind, traced at debug level on every call; empty for an
 // unknown kind.
 QString GetFileName(int kind);
+
+// Tests only: resolve the app folder's files as if the executable sat in macosFolder (a
+// Contents/MacOS folder of a fixture app folder). An empty path restores the real one.
+void SetApplicationDirForTesting(const QString& macosFolder);

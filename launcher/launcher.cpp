@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QProcess>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStyleOptionSlider>
@@ -100,10 +99,10 @@ void MainWindow::BuildControls()
     profileGrid->addWidget(m_removeProfileButton, 1, 1);
 
     auto* form = new QFormLayout;
-    for (int section = 1; section < Config::SectionCount; ++section) {
-        auto* label = new QLabel(GetSectionDisplayName(m_sections[section].name, false));
-        QLayout* row = BuildOptionRow(section);
-        label->setBuddy(m_sections[section].comboBox);
+    for (const OptionKind kind : AllOptionKinds) {
+        auto* label = new QLabel(GetSectionDisplayName(m_sections[SectionIndex(kind)].name, false));
+        QLayout* row = BuildOptionRow(kind);
+        label->setBuddy(ComboBox(kind));
         form->addRow(label, row);
     }
 
@@ -135,36 +134,41 @@ void MainWindow::BuildControls()
     }
 }
 
-QLayout* MainWindow::BuildOptionRow(int section)
+QLayout* MainWindow::BuildOptionRow(OptionKind kind)
 {
+    ConfigSection& section = m_sections[SectionIndex(kind)];
     auto* grid = new QGridLayout;
     auto* comboBox = new QComboBox;
-    m_sections[section].comboBox = comboBox;
+    section.comboBox = comboBox;
     QStringList keys;
-    for (const OptionEntry& entry : m_sections[section].entries)
+    for (const OptionEntry& entry : section.entries)
         keys.append(entry.key);
     comboBox->insertItems(0, keys);
     grid->addWidget(comboBox, 0, 0, 1, -1);
 
     QPushButton* add = nullptr;
     QPushButton* remove = nullptr;
-    if (section == 1) {
+    switch (kind) {
+    case OptionKind::Resolution:
         connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnResolution);
         add = new QPushButton(QStringLiteral("Add"));
         connect(add, &QPushButton::clicked, this, &MainWindow::OnAddResolution);
         remove = m_removeResolutionButton = new QPushButton(QStringLiteral("Remove"));
         connect(remove, &QPushButton::clicked, this, &MainWindow::OnRemoveResolution);
-    } else if (section == 2) {
+        break;
+    case OptionKind::PixelDensity:
         connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnPixelDensity);
         add = new QPushButton(QStringLiteral("Add"));
         connect(add, &QPushButton::clicked, this, &MainWindow::OnAddPixelDensity);
         remove = m_removePixelDensityButton = new QPushButton(QStringLiteral("Remove"));
         connect(remove, &QPushButton::clicked, this, &MainWindow::OnRemovePixelDensity);
-    } else {
+        break;
+    case OptionKind::Input:
         connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnInput);
+        break;
     }
     if (add) {
-        const QString options = GetSectionDisplayName(m_sections[section].name, true);
+        const QString options = GetSectionDisplayName(section.name, true);
         add->setAccessibleName(QStringLiteral("Add ") + options);
         remove->setAccessibleName(QStringLiteral("Remove ") + options);
         grid->addWidget(add, 1, 0);
@@ -174,15 +178,25 @@ QLayout* MainWindow::BuildOptionRow(int section)
     return grid;
 }
 
+QComboBox* MainWindow::ComboBox(OptionKind kind) const
+{
+    return m_sections[SectionIndex(kind)].comboBox;
+}
+
+Profile MainWindow::ControlsProfile() const
+{
+    Profile profile;
+    if (const QListWidgetItem* item = m_profileList->currentItem())
+        profile.name = item->text();
+    for (const OptionKind kind : AllOptionKinds)
+        ChosenIndex(profile, kind) = ComboBox(kind)->currentIndex();
+    profile.arguments = m_argumentsEdit->text();
+    return profile;
+}
+
 QString MainWindow::GetControlsValueText() const
 {
-    QString text;
-    for (int k = 1; k < Config::SectionCount; ++k) {
-        text += QStringLiteral("%1 %2 ")
-                    .arg(m_sections[k].name)
-                    .arg(m_sections[k].comboBox->currentIndex());
-    }
-    return text + m_argumentsEdit->text().trimmed();
+    return GetProfileValue(ControlsProfile());
 }
 
 void MainWindow::RefreshAddUpdateButton()
@@ -197,32 +211,18 @@ void MainWindow::OnProfileChanged(int index)
     if (index < 0 || index >= m_profiles.size())
         return;
     // Each change runs that control's slot at once; they all end in a refresh.
-    for (int k = 1; k < m_sections.size(); ++k)
-        m_sections[k].comboBox->setCurrentIndex(m_profiles[index].optionIndex[k - 1]);
+    for (const OptionKind kind : AllOptionKinds)
+        ComboBox(kind)->setCurrentIndex(ChosenIndex(m_profiles[index], kind));
     m_argumentsEdit->setText(m_profiles[index].arguments);
     m_removeProfileButton->setEnabled(index != 0);
     RefreshAddUpdateButton();
 }
 
-QString MainWindow::BuildLaunchCommand() const
-{
-    QString command = u'"' + GetFileName(EmulatorFile) + QStringLiteral("\" ");
-    for (int k = 1; k < m_sections.size(); ++k) {
-        const int i = m_sections[k].comboBox->currentIndex();
-        if (i >= 0 && i < m_sections[k].entries.size())
-            command += m_sections[k].entries[i].value;
-    }
-    command += QStringLiteral(" -profile-name \"") + m_profileList->currentItem()->text() +
-               QStringLiteral("\" ") + m_argumentsEdit->text();
-    return command;
-}
-
 void MainWindow::OnLaunch()
 {
-    // Qt 6 has no single-string startDetached; splitCommand applies the same quoting rules.
-    QStringList arguments = QProcess::splitCommand(BuildLaunchCommand());
-    const QString program = arguments.isEmpty() ? QString() : arguments.takeFirst();
-    if (!QProcess::startDetached(program, arguments)) {
+    const LaunchCommand launch =
+        BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, ControlsProfile());
+    if (!StartDetached(launch)) {
         QMessageBox::critical(this, QStringLiteral("Nimbra Mobile Emulator Launcher"),
                               QStringLiteral("Failed to start Nimbra Mobile Emulator!"));
     }

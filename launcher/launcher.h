@@ -1,10 +1,11 @@
 #pragma once
 
-#include "config.h"
+#include "model.h"
 
 #include <QListWidget>
 #include <QMainWindow>
 
+class QComboBox;
 class QLineEdit;
 class QPushButton;
 
@@ -54,17 +55,20 @@ public slots:
 private:
     // Tests drive the window through its members, as its own slots do.
     friend class MainWindowTest;
+    friend class WindowFixture;
 
     void LoadStartupConfig();
     void BuildControls();
-    QLayout* BuildOptionRow(int section);
+    QLayout* BuildOptionRow(OptionKind kind);
+    QComboBox* ComboBox(OptionKind kind) const;
     void RefreshAddUpdateButton();
+    // The selected profile's name with what the controls show now.
+    Profile ControlsProfile() const;
     QString GetControlsValueText() const;
     void CopyControlsToProfile(Profile& profile);
     bool ConfirmResolutionSize(int width, int height);
-    void AppendOption(int section, const QString& name, const QString& value);
-    bool RemoveCurrentOption(int section);
-    QString BuildLaunchCommand() const;
+    void AppendOption(OptionKind kind, const QString& name, const QString& value);
+    bool RemoveCurrentOption(OptionKind kind);
 
     QList<Profile> m_profiles;
     QList<ConfigSection> m_sections;

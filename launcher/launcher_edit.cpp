@@ -11,26 +11,21 @@
 #include <QPushButton>
 #include <QScreen>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 const QString AddProfileTitle = QStringLiteral("Add Profile");
-
-int FindProfile(const QList<Profile>& profiles, const QString& name)
-{
-    for (int i = 0; i < profiles.size(); ++i) {
-        if (profiles[i].name == name)
-            return i;
-    }
-    return -1;
-}
 
 } // namespace
 
 void MainWindow::CopyControlsToProfile(Profile& profile)
 {
-    for (int k = 0; k < 3; ++k)
-        profile.optionIndex[k] = m_sections[k + 1].comboBox->currentIndex();
-    profile.arguments = m_argumentsEdit->text();
+    const Profile controls = ControlsProfile();
+    std::copy(std::begin(controls.optionIndex), std::end(controls.optionIndex),
+              profile.optionIndex);
+    profile.arguments = controls.arguments;
 }
 
 void MainWindow::OnAddUpdateProfile()
@@ -45,10 +40,9 @@ void MainWindow::OnAddUpdateProfile()
     // Each pass asks for a name anew: after a declined replacement or a refused name.
     for (;;) {
         bool ok = false;
-        const QString name =
-            QInputDialog::getText(this, AddProfileTitle,
-                                  QStringLiteral("Enter the name for the new profile"),
-                                  QLineEdit::Normal, QString(), &ok);
+        const QString name = QInputDialog::getText(
+            this, AddProfileTitle, QStringLiteral("Enter the name for the new profile"),
+            QLineEdit::Normal, QString(), &ok);
         if (!ok || name.isEmpty())
             return;
         if (name.contains(u'"')) {
@@ -84,11 +78,11 @@ void MainWindow::OnAddUpdateProfile()
 void MainWindow::OnRemoveProfile()
 {
     const int row = m_profileList->currentRow();
-    if (QMessageBox::question(
-            this, QStringLiteral("Confirm Remove Profile"),
-            QStringLiteral("Are you sure you want to remove this profile?\n\n") +
-                m_profiles[row].name,
-            QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::NoButton) != QMessageBox::Ok)
+    if (QMessageBox::question(this, QStringLiteral("Confirm Remove Profile"),
+                              QStringLiteral("Are you sure you want to remove this profile?\n\n") +
+                                  m_profiles[row].name,
+                              QMessageBox::Ok | QMessageBox::Cancel,
+                              QMessageBox::NoButton) != QMessageBox::Ok)
         return;
     // The profile goes first: taking the current row out selects a neighbour at once, and
     // its slot must find rows and profiles in step.
@@ -131,18 +125,18 @@ void MainWindow::OnAddResolution()
     const QString height = dialog.m_fields[2].edit->text();
     if (!ConfirmResolutionSize(width.toInt(), height.toInt()))
         return;
-    AppendOption(1, dialog.m_fields[0].edit->text(),
+    AppendOption(OptionKind::Resolution, dialog.m_fields[0].edit->text(),
                  QStringLiteral(" -windowsize ") + width + u'x' + height);
 }
 
 void MainWindow::OnAddPixelDensity()
 {
-    AddDlg dialog(this, QStringLiteral("Add Pixel Density"),
-                  {{FieldText, QStringLiteral("Name:")},
-                   {FieldNumber, QStringLiteral("Pixel Density:")}});
+    AddDlg dialog(
+        this, QStringLiteral("Add Pixel Density"),
+        {{FieldText, QStringLiteral("Name:")}, {FieldNumber, QStringLiteral("Pixel Density:")}});
     if (dialog.exec() != QDialog::Accepted)
         return;
-    AppendOption(2, dialog.m_fields[0].edit->text(),
+    AppendOption(OptionKind::PixelDensity, dialog.m_fields[0].edit->text(),
                  QStringLiteral(" -ppi ") + dialog.m_fields[1].edit->text());
 }
 
@@ -166,64 +160,45 @@ bool MainWindow::ConfirmResolutionSize(int width, int height)
     return box.clickedButton() == yes;
 }
 
-void MainWindow::AppendOption(int section, const QString& name, const QString& value)
+void MainWindow::AppendOption(OptionKind kind, const QString& name, const QString& value)
 {
-    m_sections[section].entries.append({name, value});
-    QComboBox* comboBox = m_sections[section].comboBox;
-    comboBox->addItem(name);
-    comboBox->setCurrentIndex(m_sections[section].entries.size() - 1);
+    QList<OptionEntry>& entries = m_sections[SectionIndex(kind)].entries;
+    entries.append({name, value});
+    ComboBox(kind)->addItem(name);
+    ComboBox(kind)->setCurrentIndex(entries.size() - 1);
 }
 
 void MainWindow::OnRemoveResolution()
 {
-    if (RemoveCurrentOption(1))
-        m_sections[1].comboBox->setCurrentIndex(0);
+    if (RemoveCurrentOption(OptionKind::Resolution))
+        ComboBox(OptionKind::Resolution)->setCurrentIndex(0);
 }
 
 void MainWindow::OnRemovePixelDensity()
 {
-    if (RemoveCurrentOption(2))
-        m_sections[2].comboBox->setCurrentIndex(0);
+    if (RemoveCurrentOption(OptionKind::PixelDensity))
+        ComboBox(OptionKind::PixelDensity)->setCurrentIndex(0);
 }
 
-bool MainWindow::RemoveCurrentOption(int section)
+bool MainWindow::RemoveCurrentOption(OptionKind kind)
 {
-    ConfigSection& options = m_sections[section];
-    const QString word = GetSectionDisplayName(options.name, true);
-    const int index = options.comboBox->currentIndex();
+    const QString word = GetSectionDisplayName(m_sections[SectionIndex(kind)].name, true);
+    const int index = ComboBox(kind)->currentIndex();
     if (index < 0)
         return false;
 
-    QString users;
-    for (const Profile& profile : m_profiles) {
-        if (profile.optionIndex[section - 1] == index)
-            users += profile.name + u'\n';
-    }
+    const QStringList users = ProfilesUsingOption(m_profiles, kind, index);
     if (!users.isEmpty() &&
         QMessageBox::warning(this, QStringLiteral("Confirm remove ") + word,
                              QStringLiteral("The following profiles use this option, are you "
                                             "sure you want to continue?\n\n") +
-                                 users,
+                                 users.join(u'\n') + u'\n',
                              QMessageBox::Yes | QMessageBox::No,
                              QMessageBox::NoButton) != QMessageBox::Yes)
         return false;
 
-    // Profiles that used the entry fall back to entry 0 and keep its effect on the command
-    // line through their arguments; later indexes move up with the entries.
-    const QString removedValue = options.entries[index].value;
-    for (Profile& profile : m_profiles) {
-        qint32& choice = profile.optionIndex[section - 1];
-        if (choice == index) {
-            choice = 0;
-            if (!profile.arguments.isEmpty())
-                profile.arguments += u' ';
-            profile.arguments += removedValue;
-        } else if (choice > index) {
-            --choice;
-        }
-    }
     // The model changes before the combo box: removing its current item runs its slot at once.
-    options.entries.removeAt(index);
-    options.comboBox->removeItem(index);
+    RemoveOption(m_sections, m_profiles, kind, index);
+    ComboBox(kind)->removeItem(index);
     return true;
 }

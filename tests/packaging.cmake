@@ -13,6 +13,7 @@ if(UNIX AND NOT APPLE)
         set_tests_properties(packaging_${kind} PROPERTIES
             ENVIRONMENT "CMAKE=${CMAKE_COMMAND};CPACK=${CMAKE_CPACK_COMMAND}"
             RESOURCE_LOCK packaging
+            LABELS packaging
             TIMEOUT 120)
     endforeach()
 endif()

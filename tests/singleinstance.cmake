@@ -3,7 +3,7 @@
 qt_add_executable(singleinstance_helper singleinstance_helper.cpp)
 target_link_libraries(singleinstance_helper PRIVATE launcherui)
 
-launcher_test(tst_singleinstance BARE SOURCES tst_singleinstance.cpp LIBS launcherui)
+launcher_test(tst_singleinstance LABEL process SOURCES tst_singleinstance.cpp LIBS launcherui)
 target_compile_definitions(tst_singleinstance PRIVATE
     SINGLEINSTANCE_HELPER="$<TARGET_FILE:singleinstance_helper>"
     LAUNCHER_EXECUTABLE="$<TARGET_FILE:nimbra-mobile-launcher>")

@@ -1,5 +1,7 @@
 #include "testenv.h"
 
+#include "filelocations.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,6 +13,36 @@ QString UsePrivateDataLocation()
     static QTemporaryDir dir;
     qputenv("XDG_DATA_HOME", QFile::encodeName(dir.path()));
     return dir.path();
+}
+
+QString SourceResource(const QString& name)
+{
+    return QStringLiteral(LAUNCHER_RESOURCES_SOURCE "/") + name;
+}
+
+QString StandInEmulator()
+{
+    return QStringLiteral(STANDIN_EMULATOR);
+}
+
+QString UseFixtureAppFolder(bool withShippedFiles)
+{
+    static QTemporaryDir dir;
+    const QString app = dir.path() + (withShippedFiles ? QStringLiteral("/Fixture App.app")
+                                                       : QStringLiteral("/Bare App.app"));
+    const QString macos = app + QStringLiteral("/Contents/MacOS");
+    const QString resources = app + QStringLiteral("/Contents/Resources");
+    QDir().mkpath(macos);
+    if (withShippedFiles && !QFileInfo::exists(resources)) {
+        const QString emulator = resources + QStringLiteral("/Nimbra Mobile.app/Contents/MacOS");
+        QDir().mkpath(emulator);
+        for (const char* name : {"LauncherDefault.ini", "LauncherHelp.html"})
+            QFile::copy(SourceResource(QLatin1String(name)),
+                        resources + u'/' + QLatin1String(name));
+        QFile::link(StandInEmulator(), emulator + QStringLiteral("/Nimbra Mobile"));
+    }
+    SetApplicationDirForTesting(macos);
+    return macos;
 }
 
 QString UserConfigPath()

@@ -7,6 +7,15 @@
 // tests never touch the real user's files and parallel tests never share one. Returns it.
 QString UsePrivateDataLocation();
 
+// Builds a private app folder laid out like the shipped one and points the launcher's file
+// lookups at it. With shipped files, its Resources hold LauncherDefault.ini, the help page and
+// the stand-in emulator; without, it is empty. Returns the folder's Contents/MacOS.
+QString UseFixtureAppFolder(bool withShippedFiles = true);
+
+// The shipped resources and the stand-in emulator, as built.
+QString SourceResource(const QString& name);
+QString StandInEmulator();
+
 // The user's Launcher.ini inside the private data location.
 QString UserConfigPath();
 

@@ -70,7 +70,11 @@ class MainWindowTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { UsePrivateDataLocation(); }
+    void initTestCase()
+    {
+        UseFixtureAppFolder();
+        UsePrivateDataLocation();
+    }
 
     void namesAndTabOrder();
     void mnemonics();

@@ -28,11 +28,10 @@ void RecordMessage(QtMsgType type, const QMessageLogContext&, const QString& mes
     g_messages.append({type, message});
 }
 
-// The Contents folder of the app folder this test runs in, found from the layout rather than
-// from the code under test.
+// The Contents folder of the fixture app folder the lookups are pointed at.
 QString ContentsPath()
 {
-    return QCoreApplication::applicationDirPath().chopped(int(qstrlen("/MacOS")));
+    return UseFixtureAppFolder().chopped(int(qstrlen("/MacOS")));
 }
 
 constexpr rlim_t FileSizeLimit = 64 * 1024;
@@ -83,6 +82,7 @@ private:
 
 void ConfigFilesTest::initTestCase()
 {
+    UseFixtureAppFolder();
     m_dataHome = UsePrivateDataLocation();
 }
 

@@ -66,6 +66,7 @@ private:
 
 void MainWindowTest::initTestCase()
 {
+    UseFixtureAppFolder();
     UsePrivateDataLocation();
     QVERIFY(m_records.isValid());
     QVERIFY2(QFileInfo(GetFileName(EmulatorFile)).isExecutable(), "stand-in emulator not built");

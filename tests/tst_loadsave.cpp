@@ -48,6 +48,7 @@ private:
 
 void MainWindowTest::initTestCase()
 {
+    UseFixtureAppFolder();
     UsePrivateDataLocation();
     MainWindow window;
     QVERIFY(window.LoadConfig(GetFileName(DefaultConfigFile), false));

@@ -39,7 +39,11 @@ class MainWindowTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { UsePrivateDataLocation(); }
+    void initTestCase()
+    {
+        UseFixtureAppFolder(false);
+        UsePrivateDataLocation();
+    }
     void init() { QVERIFY(WriteText(UserConfigPath(), WindowConfig)); }
 
     void showsConfiguration();

@@ -62,7 +62,11 @@ class MainWindowTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { UsePrivateDataLocation(); }
+    void initTestCase()
+    {
+        UseFixtureAppFolder();
+        UsePrivateDataLocation();
+    }
     void init() { QVERIFY(WriteText(UserConfigPath(), EditingConfig)); }
 
     void addsEntry_data();

@@ -56,10 +56,12 @@ void StartupTest::firstRunSavesDefaultsAtExit()
 {
     QTemporaryDir dataHome;
     QVERIFY(dataHome.isValid());
+    const QString program = UseFixtureAppFolder() + QStringLiteral("/startup_launcher");
+    QVERIFY(QFile::exists(program) || QFile::copy(QStringLiteral(STARTUP_LAUNCHER), program));
     // No box, and the file appears only after the window has closed and the loop has ended.
-    QCOMPARE(RunLauncher(QStringLiteral(STARTUP_LAUNCHER), dataHome.path()),
+    QCOMPARE(RunLauncher(program, dataHome.path()),
              (QStringList{"0", "closed|Nimbra Mobile Emulator|no file"}));
-    const QByteArray shipped = ReadBytes(QStringLiteral(SHIPPED_DEFAULT_CONFIG));
+    const QByteArray shipped = ReadBytes(SourceResource(QStringLiteral("LauncherDefault.ini")));
     QVERIFY(!shipped.isEmpty());
     QCOMPARE(ReadBytes(dataHome.path() + QStringLiteral("/Nimbra Mobile/Launcher.ini")), shipped);
 }
