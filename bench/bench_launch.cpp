@@ -61,11 +61,13 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(KeepSevereMessages);
 
-    // A fixture app folder whose emulator is the stand-in, as the launcher's own would be.
-    const QString emulator = home.filePath(QStringLiteral("Bench.app/Contents/Resources/"
-                                                          "Nimbra Mobile.app/Contents/MacOS"));
+    // A fixture app folder with the shipped defaults and the stand-in as its emulator.
+    const QString resources = home.filePath(QStringLiteral("Bench.app/Contents/Resources"));
+    const QString emulator = resources + QStringLiteral("/Nimbra Mobile.app/Contents/MacOS");
     QDir().mkpath(emulator);
     QFile::link(QStringLiteral(STANDIN_EMULATOR), emulator + QStringLiteral("/Nimbra Mobile"));
+    QFile::copy(QStringLiteral(LAUNCHER_DEFAULT_SOURCE),
+                resources + QStringLiteral("/LauncherDefault.ini"));
     SetApplicationDirForTesting(home.filePath(QStringLiteral("Bench.app/Contents/MacOS")));
 
     QApplication app(argc, argv);

@@ -55,5 +55,6 @@ qt_add_executable(bench_launch "${CMAKE_CURRENT_LIST_DIR}/bench_launch.cpp")
 target_link_libraries(bench_launch PRIVATE launcherui startupsupport)
 target_include_directories(bench_launch PRIVATE "${PROJECT_SOURCE_DIR}/tests")
 target_compile_definitions(bench_launch PRIVATE
-    STANDIN_EMULATOR="$<TARGET_FILE:nimbra-mobile-emulator-standin>")
+    STANDIN_EMULATOR="$<TARGET_FILE:nimbra-mobile-emulator-standin>"
+    LAUNCHER_DEFAULT_SOURCE="${PROJECT_SOURCE_DIR}/resources/LauncherDefault.ini")
 add_dependencies(bench_launch nimbra-mobile-emulator-standin)
