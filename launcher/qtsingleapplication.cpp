@@ -1,10 +1,9 @@
 #include "qtsingleapplication.h"
 
-#include <QCryptographicHash>
+#include "instance.h"
+
 #include <QDataStream>
 #include <QDeadlineTimer>
-#include <QDir>
-#include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
@@ -12,10 +11,6 @@
 #include <QWidget>
 
 #include <algorithm>
-
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
 
 namespace {
 
@@ -25,26 +20,6 @@ const char kAck = '\x06';
 // Connecting to a local socket either succeeds or fails at once; this only bounds the odd case.
 constexpr int kProbeMs = 250;
 constexpr qint64 kRetryMs = 50;
-
-QByteArray UserId()
-{
-#ifdef Q_OS_UNIX
-    return QByteArray::number(::getuid());
-#else
-    return qgetenv("USERNAME");
-#endif
-}
-
-// The session's runtime folder belongs to the user alone (Linux has one); macOS has none, but
-// its temporary folder is per user. Where that is a shared /tmp, the user in the hashed name
-// still keeps users apart, and a socket made under the default umask admits only its owner.
-QString InstanceFolder()
-{
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
-        return runtime;
-    return QDir::tempPath();
-}
 
 int Remaining(const QDeadlineTimer& deadline)
 {
@@ -59,16 +34,9 @@ QtSingleApplication::QtSingleApplication(int& argc, char** argv, bool GUIenabled
     // Qt 6 has no console-only QApplication; the flag only keeps the familiar signature.
     Q_UNUSED(GUIenabled);
 
-    // Executable path and user, hashed: copies at other paths and other users run on their
-    // own, and the name stays short (macOS allows socket paths of about 100 bytes).
-    const QByteArray identity = QCoreApplication::applicationFilePath().toUtf8() + '\n' + UserId();
-    const QString name =
-        QStringLiteral("nimbra-launcher-") +
-        QString::fromLatin1(
-            QCryptographicHash::hash(identity, QCryptographicHash::Sha256).toHex().left(16));
-    const QString folder = InstanceFolder();
-    m_lockPath = folder + QLatin1Char('/') + name + QStringLiteral(".lock");
-    m_serverPath = folder + QLatin1Char('/') + name;
+    const InstancePaths paths = InstancePathsFor(QCoreApplication::applicationFilePath());
+    m_lockPath = paths.lockPath;
+    m_serverPath = paths.serverPath;
 
     m_lock = std::make_unique<QLockFile>(m_lockPath);
     // A positive stale time would make a long-running instance's live lock look stale after
