@@ -6,6 +6,9 @@
 #include <QList>
 #include <QString>
 
+#include <algorithm>
+#include <iterator>
+
 class QComboBox;
 
 struct OptionEntry
@@ -14,6 +17,11 @@ struct OptionEntry
     QString value;
 };
 
+inline bool operator==(const OptionEntry& a, const OptionEntry& b)
+{
+    return a.key == b.key && a.value == b.value;
+}
+
 struct ConfigSection
 {
     QString name;  // the header line as written, brackets included
@@ -21,12 +29,25 @@ struct ConfigSection
     QComboBox* comboBox = nullptr;  // not owned; set for the option sections only
 };
 
+// The combo box is the window's view of a section, not part of its content.
+inline bool operator==(const ConfigSection& a, const ConfigSection& b)
+{
+    return a.name == b.name && a.entries == b.entries;
+}
+
 struct Profile
 {
     QString name;
     QString arguments;
     qint32 optionIndex[3] = {0, 0, 0};
 };
+
+inline bool operator==(const Profile& a, const Profile& b)
+{
+    return a.name == b.name && a.arguments == b.arguments &&
+           std::equal(std::begin(a.optionIndex), std::end(a.optionIndex),
+                      std::begin(b.optionIndex));
+}
 
 namespace Config {
 
@@ -54,6 +75,8 @@ struct Reader
     QList<ConfigSection>* sections;
     int current = -1;
     qint32 version = 0;
+    // The previous line when it was an entry line: only then may an exact line complete it.
+    QString entryLine = QString();
 };
 
 void ReadLine(Reader& reader, const QString& line);
@@ -85,6 +108,8 @@ void StoreProfiles(QList<ConfigSection>& sections, const QList<Profile>& profile
 QString FormatText(const QList<ConfigSection>& sections);
 
 // Writes FormatText to fileName atomically, creating its folder; false when nothing changed.
-bool WriteFile(const QString& fileName, const QList<ConfigSection>& sections);
+// On failure, *errorString (when given) holds the system's reason.
+bool WriteFile(const QString& fileName, const QList<ConfigSection>& sections,
+               QString* errorString = nullptr);
 
 } // namespace Config

@@ -29,7 +29,7 @@ void SetApplicationDirForTesting(const QString& macosFolder)
     ApplicationDirOverride() = macosFolder;
 }
 
-QString GetFileName(int kind)
+QString ResolveFileName(int kind)
 {
     QString result;
     switch (kind) {
@@ -49,6 +49,12 @@ QString GetFileName(int kind)
     default:
         break;
     }
+    return result;
+}
+
+QString GetFileName(int kind)
+{
+    const QString result = ResolveFileName(kind);
     // Built by hand: Qt 6's debug stream would escape quotes in the path and drop the
     // closing blank that the trace has always ended with.
     qDebug().noquote() << QStringLiteral("GetFileName( ") + QString::number(kind) +

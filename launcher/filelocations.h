@@ -13,6 +13,10 @@ enum FileKind {
 // unknown kind.
 QString GetFileName(int kind);
 
+// The same path without the trace, for what only looks (the command preview): the trace
+// records lookups that the launcher acts on.
+QString ResolveFileName(int kind);
+
 // Tests only: resolve the app folder's files as if the executable sat in macosFolder (a
 // Contents/MacOS folder of a fixture app folder). An empty path restores the real one.
 void SetApplicationDirForTesting(const QString& macosFolder);

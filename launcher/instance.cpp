@@ -3,6 +3,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 #ifdef Q_OS_UNIX
 #include <unistd.h>
@@ -22,17 +23,28 @@ QByteArray UserId()
 // The session's runtime folder belongs to the user alone (Linux has one); macOS has none, but
 // its temporary folder is per user. Where that is a shared /tmp, the user in the hashed name
 // still keeps users apart, and a socket made under the default umask admits only its owner.
-QString InstanceFolder()
+// The data folder is the last resort, for when neither can be written.
+QStringList InstanceFolders()
 {
+    QStringList folders;
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
-        return runtime;
-    return QDir::tempPath();
+        folders.append(runtime);
+    folders.append(QDir::tempPath());
+    folders.append(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                   QStringLiteral("/Nimbra Mobile"));
+    folders.removeDuplicates();
+    return folders;
 }
 
 } // namespace
 
 InstancePaths InstancePathsFor(const QString& executablePath)
+{
+    return InstancePathCandidatesFor(executablePath).first();
+}
+
+QList<InstancePaths> InstancePathCandidatesFor(const QString& executablePath)
 {
     // Hashed, so the name stays short: macOS allows socket paths of about 100 bytes.
     const QByteArray identity = executablePath.toUtf8() + '\n' + UserId();
@@ -40,6 +52,10 @@ InstancePaths InstancePathsFor(const QString& executablePath)
         QStringLiteral("nimbra-launcher-") +
         QString::fromLatin1(
             QCryptographicHash::hash(identity, QCryptographicHash::Sha256).toHex().left(16));
-    const QString base = InstanceFolder() + u'/' + name;
-    return {base + QStringLiteral(".lock"), base};
+    QList<InstancePaths> candidates;
+    for (const QString& folder : InstanceFolders()) {
+        const QString base = folder + u'/' + name;
+        candidates.append({base + QStringLiteral(".lock"), base});
+    }
+    return candidates;
 }

@@ -2,6 +2,7 @@
 // the tools that must not write Launcher.ini while it runs.
 #pragma once
 
+#include <QList>
 #include <QString>
 
 struct InstancePaths
@@ -11,5 +12,12 @@ struct InstancePaths
 };
 
 // The lock file and socket of the launcher installed at executablePath, for this user: copies
-// at other paths and other users get paths of their own.
+// at other paths and other users get paths of their own. They lie in the first of the
+// candidate folders below, where a launcher runs unless that folder can't hold a lock.
 InstancePaths InstancePathsFor(const QString& executablePath);
+
+// Every place the launcher may hold its lock, in the order each start tries them: the session's
+// runtime folder, the temporary folder, the "Nimbra Mobile" data folder. The first where the
+// lock can be created or is already held is in use, so a tool that must not write while a
+// launcher runs checks each of them.
+QList<InstancePaths> InstancePathCandidatesFor(const QString& executablePath);

@@ -2,6 +2,7 @@
 #include "launcher.h"
 
 #include "filelocations.h"
+#include "qtsingleapplication.h"
 
 #include <QComboBox>
 #include <QDesktopServices>
@@ -30,6 +31,8 @@ QSize ProfileQListWidget::sizeHint() const
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
+    if (const auto* app = qobject_cast<QtSingleApplication*>(QCoreApplication::instance()))
+        m_watchUserFile = app->runsWithoutLock();
     LoadStartupConfig();
     BuildControls();
 
@@ -109,6 +112,8 @@ void MainWindow::BuildControls()
     m_argumentsEdit = new QLineEdit;
     connect(m_argumentsEdit, &QLineEdit::textChanged, this, &MainWindow::OnTextCtrlEdit);
     form->addRow(QStringLiteral("&Arguments"), m_argumentsEdit);
+    outer->addLayout(BuildCommandRow(), 0);
+    BuildProfileActions();
 
     groupLayout->addSpacing(10);
     groupLayout->addLayout(form, 0);
@@ -204,6 +209,9 @@ void MainWindow::RefreshAddUpdateButton()
     const int row = m_profileList->currentRow();
     m_addUpdateButton->setText(row == 0 ? QStringLiteral("Add") : QStringLiteral("Update"));
     m_addUpdateButton->setEnabled(GetControlsValueText() != GetProfileValue(m_profiles[row]));
+    // Every change of the controls and of the row ends here; so do these.
+    RefreshCommandPreview();
+    RefreshProfileActions();
 }
 
 void MainWindow::OnProfileChanged(int index)

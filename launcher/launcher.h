@@ -5,8 +5,11 @@
 #include <QListWidget>
 #include <QMainWindow>
 
+class QAction;
 class QComboBox;
 class QLineEdit;
+class QListWidgetItem;
+class QMenu;
 class QPushButton;
 
 // The profile list: a plain QListWidget that asks for a fixed height and the width of its
@@ -54,7 +57,6 @@ public slots:
 
 private:
     // Tests drive the window through its members, as its own slots do.
-    friend class MainWindowTest;
     friend class WindowFixture;
 
     void LoadStartupConfig();
@@ -70,6 +72,11 @@ private:
     void AppendOption(OptionKind kind, const QString& name, const QString& value);
     bool RemoveCurrentOption(OptionKind kind);
 
+    // Keeping the user's file: what the exit save writes, and asking when it fails.
+    QList<ConfigSection> SectionsToSave(const QString& path) const;
+    bool AskRetrySave(const QString& path, const QString& reason);
+    static QString FileStamp(const QString& path);
+
     QList<Profile> m_profiles;
     QList<ConfigSection> m_sections;
     ProfileQListWidget* m_profileList = nullptr;
@@ -78,4 +85,32 @@ private:
     QLineEdit* m_argumentsEdit = nullptr;
     QPushButton* m_removeResolutionButton = nullptr;
     QPushButton* m_removePixelDensityButton = nullptr;
+    // An out-of-date Launcher.ini that could not be set aside: never overwritten.
+    bool m_keepUserFile = false;
+    // Set when no single-instance lock guards the file: another launcher may save it too.
+    bool m_watchUserFile = false;
+    QString m_userFileAtLoad;
+
+    // The command preview and the profile list's menu, for people who launch all day.
+    QLayout* BuildCommandRow();
+    void BuildProfileActions();
+    QString PreviewCommand() const;
+    static QString NameFaultText(NameFault fault);
+    void RefreshCommandPreview();
+    void RefreshProfileActions();
+    void ShowProfileMenu(const QPoint& pos);
+    void DuplicateCurrentProfile();
+    void RenameCurrentProfile();
+    void CopyCommandLine();
+    void MoveCurrentProfile(int delta);
+    void LaunchItem(QListWidgetItem* item);
+
+    QLineEdit* m_commandEdit = nullptr;
+    QMenu* m_profileMenu = nullptr;
+    QAction* m_duplicateAction = nullptr;
+    QAction* m_renameAction = nullptr;
+    QAction* m_copyCommandAction = nullptr;
+    QAction* m_moveUpAction = nullptr;
+    QAction* m_moveDownAction = nullptr;
+    QAction* m_launchAction = nullptr;
 };

@@ -45,11 +45,10 @@ void MainWindow::OnAddUpdateProfile()
             QLineEdit::Normal, QString(), &ok);
         if (!ok || name.isEmpty())
             return;
-        if (name.contains(u'"')) {
-            // Launcher.ini splits its lines at double quotes: such a name would not survive.
-            QMessageBox::warning(this, AddProfileTitle,
-                                 QStringLiteral("A profile name can't contain a double quote "
-                                                "(\"). Please choose another name."));
+        // A name Launcher.ini can't carry would not survive the next save.
+        const NameFault fault = NameFormatFault(name);
+        if (fault != NameFault::None) {
+            QMessageBox::warning(this, AddProfileTitle, NameFaultText(fault));
             continue;
         }
         const int existing = FindProfile(m_profiles, name);
@@ -142,7 +141,11 @@ void MainWindow::OnAddPixelDensity()
 
 bool MainWindow::ConfirmResolutionSize(int width, int height)
 {
-    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    // No screen is connected at times (a display being switched): nothing to compare against.
+    const QScreen* primary = QGuiApplication::primaryScreen();
+    if (!primary)
+        return true;
+    const QRect screen = primary->geometry();
     if (width <= screen.width() && height <= screen.height())
         return true;
     QMessageBox box(QMessageBox::Warning,

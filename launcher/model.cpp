@@ -64,3 +64,57 @@ int FindProfile(const QList<Profile>& profiles, const QString& name)
     }
     return -1;
 }
+
+NameFault NameFormatFault(const QString& name)
+{
+    if (name.isEmpty())
+        return NameFault::Empty;
+    // The launch command quotes the name without escaping: a quote would split it.
+    if (name.contains(u'"'))
+        return NameFault::Quote;
+    // Whether the file gives the name back is the format's business: ask it.
+    QList<ConfigSection> sections = Config::NewSections();
+    Config::StoreProfiles(sections, {{name, QString(), {0, 0, 0}}});
+    QList<ConfigSection> read = Config::NewSections();
+    Config::ReadText(Config::FormatText(sections), read);
+    const QList<OptionEntry>& entries = read[Config::ProfileSection].entries;
+    return entries.size() == 1 && entries[0].key == name ? NameFault::None : NameFault::Unreadable;
+}
+
+NameFault RenameFault(const QList<Profile>& profiles, int row, const QString& name)
+{
+    const NameFault fault = NameFormatFault(name);
+    if (fault != NameFault::None)
+        return fault;
+    for (int i = 0; i < profiles.size(); ++i) {
+        if (i != row && profiles[i].name == name)
+            return NameFault::Taken;
+    }
+    return NameFault::None;
+}
+
+int DuplicateProfile(QList<Profile>& profiles, int row)
+{
+    Profile copy = profiles[row];
+    const QString base = copy.name + QStringLiteral(" copy");
+    copy.name = base;
+    for (int n = 2; FindProfile(profiles, copy.name) >= 0; ++n)
+        copy.name = base + u' ' + QString::number(n);
+    profiles.insert(row + 1, copy);
+    return row + 1;
+}
+
+int MoveTarget(const QList<Profile>& profiles, int row, int delta)
+{
+    const int target = row + delta;
+    const bool inside = row > 0 && row < profiles.size() && target > 0 && target < profiles.size();
+    return inside ? target : -1;
+}
+
+int MoveProfile(QList<Profile>& profiles, int row, int delta)
+{
+    const int target = MoveTarget(profiles, row, delta);
+    if (target >= 0)
+        profiles.move(row, target);
+    return target;
+}

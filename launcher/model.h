@@ -57,3 +57,25 @@ void RemoveOption(QList<ConfigSection>& sections, QList<Profile>& profiles, Opti
 
 // Index of the first profile named name, or -1.
 int FindProfile(const QList<Profile>& profiles, const QString& name);
+
+// Why a text can't be a profile's name.
+enum class NameFault { None, Empty, Quote, Unreadable, Taken };
+
+// Whether name can be a profile's name at all: not empty, no double quote (the launch command
+// can't carry one), and read back from Launcher.ini as written. Taken is never returned.
+NameFault NameFormatFault(const QString& name);
+
+// Whether profile row may be renamed to name: a name the file carries that no other profile
+// has. Its own name is fine.
+NameFault RenameFault(const QList<Profile>& profiles, int row, const QString& name);
+
+// Inserts a copy of profile row below it, named "NAME copy", or "NAME copy N" from N = 2 when
+// that is taken; returns the copy's row.
+int DuplicateProfile(QList<Profile>& profiles, int row);
+
+// Row that a move by delta takes profile row to, or -1. The first profile is the base one, so
+// nothing moves into or out of row 0.
+int MoveTarget(const QList<Profile>& profiles, int row, int delta);
+
+// Moves profile row by delta when MoveTarget allows it; returns its new row or -1.
+int MoveProfile(QList<Profile>& profiles, int row, int delta);

@@ -4,6 +4,8 @@
 
 #include <QDataStream>
 #include <QDeadlineTimer>
+#include <QDir>
+#include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QLockFile>
@@ -11,6 +13,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -34,10 +37,14 @@ QtSingleApplication::QtSingleApplication(int& argc, char** argv, bool GUIenabled
     // Qt 6 has no console-only QApplication; the flag only keeps the familiar signature.
     Q_UNUSED(GUIenabled);
 
-    const InstancePaths paths = InstancePathsFor(QCoreApplication::applicationFilePath());
+    m_candidates = InstancePathCandidatesFor(QCoreApplication::applicationFilePath());
+    UsePaths(m_candidates.first());
+}
+
+void QtSingleApplication::UsePaths(const InstancePaths& paths)
+{
     m_lockPath = paths.lockPath;
     m_serverPath = paths.serverPath;
-
     m_lock = std::make_unique<QLockFile>(m_lockPath);
     // A positive stale time would make a long-running instance's live lock look stale after
     // that time and let a second instance in. With 0 only a dead owner's lock is taken over.
@@ -58,14 +65,36 @@ bool QtSingleApplication::isRunning()
     return m_role == Role::Secondary;
 }
 
-// True when this process may act as the first instance.
+// True when this process may act as the first instance. Every start tries the folders in the
+// same order, so all of them settle on the first folder where a lock can exist.
 bool QtSingleApplication::TryLock()
 {
+    for (const InstancePaths& paths : m_candidates) {
+        UsePaths(paths);
+        QDir().mkpath(QFileInfo(m_lockPath).absolutePath());
+        const LockResult result = TryLockHere();
+        if (result != LockResult::Unusable)
+            return result == LockResult::Taken;
+    }
+    // Running alone beats not running; the window then guards the user's file itself.
+    QStringList folders;
+    for (const InstancePaths& paths : m_candidates)
+        folders.append(QFileInfo(paths.lockPath).absolutePath());
+    std::fprintf(stderr,
+                 "nimbra-mobile-launcher: no folder can hold the single-instance lock (%s); "
+                 "running without it\n",
+                 qPrintable(folders.join(QStringLiteral(", "))));
+    UsePaths(m_candidates.first());
+    m_withoutLock = true;
+    return true;
+}
+
+QtSingleApplication::LockResult QtSingleApplication::TryLockHere()
+{
     if (m_lock->tryLock())
-        return true;
-    // Without a writable folder nobody can hold the lock; running alone beats not running.
+        return LockResult::Taken;
     if (m_lock->error() != QLockFile::LockFailedError)
-        return true;
+        return LockResult::Unusable;
 
     // QLockFile never takes over a lock file without a readable owner (a crash or a full disk
     // while it was written), which would lock the user out for good. Such a file is removed
@@ -74,15 +103,15 @@ bool QtSingleApplication::TryLock()
     qint64 pid = 0;
     QString host, app;
     if (m_lock->getLockInfo(&pid, &host, &app) || ServerAnswers())
-        return false;
+        return LockResult::Held;
     // Two starts facing the same broken file must not remove the lock the other one just took;
     // QLockFile guards its own stale-lock removal with the same file.
     QLockFile guard(m_lockPath + QStringLiteral(".rmlock"));
     guard.setStaleLockTime(0);
     if (!guard.tryLock() || m_lock->getLockInfo(&pid, &host, &app))
-        return false;
+        return LockResult::Held;
     m_lock->removeStaleLockFile();
-    return m_lock->tryLock();
+    return m_lock->tryLock() ? LockResult::Taken : LockResult::Held;
 }
 
 bool QtSingleApplication::ServerAnswers() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "instance.h"
+
 #include <QApplication>
 #include <QPointer>
 
@@ -26,6 +28,9 @@ public:
     bool sendMessage(const QString& message, int timeout = 5000);
     void setActivationWindow(QWidget* window, bool activateOnMessage = true);
     QWidget* activationWindow() const;
+    // True for a first instance that found no folder to hold its lock in: another launcher
+    // may run at the same time.
+    bool runsWithoutLock() const { return m_withoutLock; }
 
 public slots:
     void activateWindow();
@@ -35,14 +40,19 @@ signals:
 
 private:
     enum class Role { Unknown, Primary, Secondary };
+    enum class LockResult { Taken, Held, Unusable };
 
     bool TryLock();
+    void UsePaths(const InstancePaths& paths);
+    LockResult TryLockHere();
     bool ServerAnswers() const;
     void Listen();
     void OnNewConnection();
     void OnReadyRead(QLocalSocket* socket);
 
     Role m_role = Role::Unknown;
+    bool m_withoutLock = false;
+    QList<InstancePaths> m_candidates;
     QString m_lockPath;
     QString m_serverPath;
     // Declared before the server so the socket is gone before the lock is released.

@@ -23,18 +23,6 @@ QString UserConfigPath();
 bool WriteText(const QString& path, const QByteArray& text);
 QByteArray ReadBytes(const QString& path);
 
-// Every entry of a section list as "section|key|value", in section order. A template so this
-// header needs no launcher headers.
-template <typename Sections> QStringList DumpEntries(const Sections& sections)
-{
-    QStringList lines;
-    for (int s = 0; s < sections.size(); ++s) {
-        for (const auto& entry : sections[s].entries)
-            lines.append(QString::number(s) + u'|' + entry.key + u'|' + entry.value);
-    }
-    return lines;
-}
-
 class QPushButton;
 class QWidget;
 

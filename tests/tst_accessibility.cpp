@@ -1,7 +1,7 @@
 // What a screen reader and a keyboard user get from the main window: a name for every
 // control, read from the accessibility tree, Tab in layout order, and the mnemonics.
-#include "launcher.h"
 #include "testenv.h"
+#include "windowfixture.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -65,7 +65,7 @@ QStringList LayoutOrder(const QWidget& window)
 
 } // namespace
 
-class MainWindowTest : public QObject
+class AccessibilityTest : public QObject
 {
     Q_OBJECT
 
@@ -80,7 +80,7 @@ private slots:
     void mnemonics();
 };
 
-void MainWindowTest::namesAndTabOrder()
+void AccessibilityTest::namesAndTabOrder()
 {
     MainWindow window(nullptr);
     window.show();
@@ -100,22 +100,24 @@ void MainWindowTest::namesAndTabOrder()
 
     // The whole chain, disabled controls included: Tab skips those only while they are.
     QStringList order;
-    QWidget* widget = window.m_profileList;
+    QWidget* widget = WindowFixture::ProfileList(window);
     do {
         if (TakesTabFocus(widget, &window))
             order.append(SpokenName(QAccessible::queryAccessibleInterface(widget)));
         widget = widget->nextInFocusChain();
-    } while (widget != window.m_profileList);
+    } while (widget != WindowFixture::ProfileList(window));
     QCOMPARE(order, LayoutOrder(window));
 
     // The Add/Update button says what it will do; the visible texts stay plain.
-    window.m_profileList->setCurrentRow(1);
-    QCOMPARE(SpokenName(QAccessible::queryAccessibleInterface(window.m_addUpdateButton)),
-             QStringLiteral("Update"));
-    QCOMPARE(window.m_removeResolutionButton->text(), QStringLiteral("Remove"));
+    WindowFixture::Select(window, 1);
+    QCOMPARE(
+        SpokenName(QAccessible::queryAccessibleInterface(WindowFixture::AddUpdateButton(window))),
+        QStringLiteral("Update"));
+    QCOMPARE(WindowFixture::RemoveButton(window, OptionKind::Resolution)->text(),
+             QStringLiteral("Remove"));
 }
 
-void MainWindowTest::mnemonics()
+void AccessibilityTest::mnemonics()
 {
     MainWindow window(nullptr);
     QPushButton* help = ButtonWithText(window, "&Help");
@@ -129,12 +131,13 @@ void MainWindowTest::mnemonics()
     window.show();
     QApplication::setActiveWindow(&window);
     QVERIFY(QTest::qWaitForWindowActive(&window));
-    window.m_profileList->setFocus();
+    WindowFixture::ProfileList(window)->setFocus();
 
-    const QString arguments = window.m_argumentsEdit->text();
+    QLineEdit* edit = WindowFixture::Arguments(window);
+    const QString arguments = edit->text();
     QTest::keyClick(&window, Qt::Key_A, Qt::AltModifier);
-    QTRY_COMPARE(QApplication::focusWidget(), window.m_argumentsEdit);
-    QCOMPARE(window.m_argumentsEdit->text(), arguments);
+    QTRY_COMPARE(QApplication::focusWidget(), edit);
+    QCOMPARE(edit->text(), arguments);
 
     // Still shortcuts while the focus is in the line edit; a mnemonic animates the click and
     // reports it a moment later.
@@ -145,5 +148,5 @@ void MainWindowTest::mnemonics()
     QCOMPARE(launchClicks.size(), 1);
 }
 
-QTEST_MAIN(MainWindowTest)
+QTEST_MAIN(AccessibilityTest)
 #include "tst_accessibility.moc"

@@ -8,10 +8,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTextStream>
 
 #include <csignal>
 #include <functional>
@@ -74,7 +72,6 @@ private slots:
     void fileNameTrace_data();
     void fileNameTrace();
     void failedSaveKeepsOldFile();
-    void qtBehaviour_textStreamOnSaveFileCommitsTruncatedFile();
 
 private:
     QString m_dataHome;
@@ -140,33 +137,6 @@ void ConfigFilesTest::failedSaveKeepsOldFile()
     // The same save without the limit goes through: it was the limit that stopped it.
     QVERIFY(Config::WriteFile(path, large));
     QCOMPARE(ReadBytes(path), Config::FormatText(large).toUtf8());
-}
-
-// Documents Qt 6.4's behaviour: a QTextStream write that fails part-way leaves QSaveFile
-// without an error, so commit() replaces the old file with a truncated one. The saver writes
-// through QSaveFile itself for this reason; if this test fails, Qt has changed.
-void ConfigFilesTest::qtBehaviour_textStreamOnSaveFileCommitsTruncatedFile()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("Launcher.ini");
-    const QByteArray old = "old content\n";
-    QVERIFY(WriteText(path, old));
-    const QString text = Config::FormatText(LargeModel());
-
-    const int status = RunWithFileSizeLimit([&] {
-        QSaveFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-            return false;
-        QTextStream stream(&file);
-        stream << text;
-        stream.flush();
-        return stream.status() == QTextStream::WriteFailed && file.commit();
-    });
-    QCOMPARE(status, 0);
-    const QByteArray now = ReadBytes(path);
-    QVERIFY(now != old);
-    QVERIFY(now.size() <= qsizetype(FileSizeLimit));
-    QVERIFY(text.toUtf8().startsWith(now));
 }
 
 QTEST_GUILESS_MAIN(ConfigFilesTest)

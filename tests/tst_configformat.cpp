@@ -1,6 +1,6 @@
 // The Launcher.ini text format without a window: how lines are read, how profile values are
 // walked and written, and that no byte sequence breaks the reader.
-#include "config.h"
+#include "records.h"
 #include "testenv.h"
 
 #include <QRandomGenerator>
@@ -8,6 +8,8 @@
 #include <QTest>
 
 namespace {
+
+using Entries = QList<QList<OptionEntry>>;
 
 // Reads bytes the way the loader does: from a file, in text mode.
 bool LoadBytes(const QByteArray& bytes, QList<ConfigSection>& sections)
@@ -39,45 +41,47 @@ private slots:
 void ConfigFormatTest::reading_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::addColumn<QStringList>("entries");
+    QTest::addColumn<Entries>("entries"); // of the four sections
 
     QTest::newRow("comments and blank lines")
         << "[Input]\n# \"a\"\t\"b\"\n  # note\n   \n\n\"a\"\t\"b\"\n\n"
-        << QStringList{"3|  # note|", "3|   |", "3|a|b"};
+        << Entries{{}, {}, {}, {{"  # note", ""}, {"   ", ""}, {"a", "b"}}};
     QTest::newRow("entries before first header ignored")
-        << "\"a\"\t\"b\"\nloose\n[Resolution]\n\"c\"\t\"d\"" << QStringList{"1|c|d"};
+        << "\"a\"\t\"b\"\nloose\n[Resolution]\n\"c\"\t\"d\"" << Entries{{}, {{"c", "d"}}, {}, {}};
     QTest::newRow("unknown header joins current section")
         << "[Input]\n\"a\"\t\"\"\n[Other]\n\"b\"\t\"v\"\n"
-        << QStringList{"3|a|", "3|[Other]|", "3|b|v"};
+        << Entries{{}, {}, {}, {{"a", ""}, {"[Other]", ""}, {"b", "v"}}};
     QTest::newRow("header keeps its first token, indented one is an entry")
         << "[Resolution] = rest, ignored\n [Input]\n\"a\"\t\"b\""
-        << QStringList{"1| [Input]|", "1|a|b"};
+        << Entries{{}, {{" [Input]", ""}, {"a", "b"}}, {}, {}};
     QTest::newRow("repeated header appends, duplicates stay")
         << "[Input]\n\"a\"\t\"1\"\n[Resolution]\n\"b\"\t\"2\"\n[Input]\n\"a\"\t\"3\""
-        << QStringList{"1|b|2", "3|a|1", "3|a|3"};
+        << Entries{{}, {{"b", "2"}}, {}, {{"a", "1"}, {"a", "3"}}};
     QTest::newRow("byte-order mark, CRLF and UTF-8") << "\uFEFF[Input]\r\n\"Größe\"\t\"-€\"\r\n\r\n"
-                                                     << QStringList{"3|Größe|-€"};
+                                                     << Entries{{}, {}, {}, {{"Größe", "-€"}}};
     QTest::newRow("version lines are never entries")
         << "[Input]\n$VERSION\t106\n$VERSION\n$VERSION2 106\n"
-        << QStringList{"3|$VERSION2 106|"};
+        << Entries{{}, {}, {}, {{"$VERSION2 106", ""}}};
     // How one line splits into key and value.
     QTest::newRow("blank separates like a tab, nothing is no value, unquoted lines whole")
         << "[Resolution]\n\"k\" \"v\"\n\"k\"\"v\"\nplain line\n\"k\t"
-        << QStringList{"1|k|v", "1|k|", "1|plain line|", "1|k\t|"};
+        << Entries{{}, {{"k", "v"}, {"k", ""}, {"plain line", ""}, {"k\t", ""}}, {}, {}};
     QTest::newRow("backslash-t in key only")
-        << "[Resolution]\n\"a\\tb\\t\"\t\"c\\td\"" << QStringList{"1|a\tb\t|c\\td"};
+        << "[Resolution]\n\"a\\tb\\t\"\t\"c\\td\"" << Entries{{}, {{"a\tb\t", "c\\td"}}, {}, {}};
     QTest::newRow("value ends at the next quote")
         << "[Resolution]\n\"k\"\t\"say \"hi\"\"\n\"k\"\t\"v\"\t\"w\" tail"
-        << QStringList{"1|k|say ", "1|k|v"};
+        << Entries{{}, {{"k", "say "}, {"k", "v"}}, {}, {}};
 }
 
 void ConfigFormatTest::reading()
 {
     QFETCH(QString, text);
-    QFETCH(QStringList, entries);
+    QFETCH(Entries, entries);
     QList<ConfigSection> sections;
     QVERIFY(LoadBytes(text.toUtf8(), sections));
-    QCOMPARE(DumpEntries(sections), entries);
+    QCOMPARE(sections.size(), entries.size());
+    for (int s = 0; s < sections.size(); ++s)
+        QCOMPARE(sections[s].entries, entries[s]);
 }
 
 void ConfigFormatTest::versionLines_data()
@@ -111,38 +115,34 @@ void ConfigFormatTest::versionLines()
 void ConfigFormatTest::profileValueWalk_data()
 {
     QTest::addColumn<QString>("value");
-    QTest::addColumn<QList<int>>("indexes");
-    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<Profile>("profile"); // what the value parses into
 
     QTest::newRow("all sections then arguments, spacing not kept")
-        << "\t[Resolution] 2 [PixelDensity] 1 [Input] 0   -a\t-b" << QList<int>{2, 1, 0}
-        << " -a -b";
+        << "\t[Resolution] 2 [PixelDensity] 1 [Input] 0   -a\t-b"
+        << Profile{"", " -a -b", {2, 1, 0}};
     QTest::newRow("sections anywhere")
-        << "[Input] 3 -x [Resolution] 1" << QList<int>{1, 0, 3} << " -x";
+        << "[Input] 3 -x [Resolution] 1" << Profile{"", " -x", {1, 0, 3}};
     QTest::newRow("section without number dropped")
-        << "[Resolution] x -y [Input]" << QList<int>{0, 0, 0} << " x -y";
+        << "[Resolution] x -y [Input]" << Profile{"", " x -y", {0, 0, 0}};
     QTest::newRow("name without number dropped, later token overrides")
-        << "[Resolution] [Input] 3 [Input] 4" << QList<int>{0, 0, 4} << "";
+        << "[Resolution] [Input] 3 [Input] 4" << Profile{"", "", {0, 0, 4}};
     QTest::newRow("profile header is an argument")
-        << "[Profile] 1" << QList<int>{0, 0, 0} << " [Profile] 1";
+        << "[Profile] 1" << Profile{"", " [Profile] 1", {0, 0, 0}};
     // The separators are what trimmed() strips when saving, Unicode spaces included, so a
     // saved value cannot turn into a section token on the way back.
     QTest::newRow("no-break space separates")
-        << QStringLiteral("[Input]\u00a05\u00a0-x") << QList<int>{0, 0, 5} << " -x";
+        << QStringLiteral("[Input]\u00a05\u00a0-x") << Profile{"", " -x", {0, 0, 5}};
     QTest::newRow("index wraps to 32 bits")
-        << "[PixelDensity] 4294967297" << QList<int>{0, 1, 0} << "";
+        << "[PixelDensity] 4294967297" << Profile{"", "", {0, 1, 0}};
 }
 
 void ConfigFormatTest::profileValueWalk()
 {
     QFETCH(QString, value);
-    QFETCH(QList<int>, indexes);
-    QFETCH(QString, arguments);
-    Profile profile;
-    Config::ParseProfileValue(value, Config::NewSections(), profile);
-    QCOMPARE((QList<int>{profile.optionIndex[0], profile.optionIndex[1], profile.optionIndex[2]}),
-             indexes);
-    QCOMPARE(profile.arguments, arguments);
+    QFETCH(Profile, profile);
+    Profile parsed;
+    Config::ParseProfileValue(value, Config::NewSections(), parsed);
+    QCOMPARE(parsed, profile);
 }
 
 void ConfigFormatTest::sectionDisplayName()

@@ -1,16 +1,14 @@
 // "&Launch" and "&Help", beside the stand-in emulator: the arguments a started emulator
 // really receives, read back from the stand-in's record.
 #include "filelocations.h"
-#include "launcher.h"
+#include "records.h"
 #include "testenv.h"
+#include "windowfixture.h"
 
-#include <QComboBox>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -42,7 +40,7 @@ QList<QStringList> Recorded(const QString& recordPath)
 
 } // namespace
 
-class MainWindowTest : public QObject
+class LaunchTest : public QObject
 {
     Q_OBJECT
 
@@ -53,8 +51,7 @@ private slots:
     void initTestCase();
     void init();
 
-    void passesChosenOptions_data();
-    void passesChosenOptions();
+    void passesShownOptions();
     void everyClickStartsAnEmulator();
     void helpOpensShippedPage();
 
@@ -64,7 +61,7 @@ private:
     QList<QUrl> m_opened;
 };
 
-void MainWindowTest::initTestCase()
+void LaunchTest::initTestCase()
 {
     UseFixtureAppFolder();
     UsePrivateDataLocation();
@@ -73,7 +70,7 @@ void MainWindowTest::initTestCase()
     qputenv("NIMBRA_STANDIN_QUIT", "1");
 }
 
-void MainWindowTest::init()
+void LaunchTest::init()
 {
     QVERIFY(WriteText(UserConfigPath(), LaunchConfig));
     static int run = 0;
@@ -81,49 +78,22 @@ void MainWindowTest::init()
     qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(m_recordPath));
 }
 
-void MainWindowTest::passesChosenOptions_data()
+// What the controls show, not what is stored; the command itself is tst_model's.
+void LaunchTest::passesShownOptions()
 {
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QString>("shownName"); // replaces the row's text when not null
-    QTest::addColumn<int>("resolution");    // changed without Update when not -1
-    QTest::addColumn<QStringList>("expected");
-
-    const QStringList phone = {"-windowsize", "720x1280", "-ppi", "240", "-profile-name"};
-    QTest::newRow("empty values, no arguments")
-        << 0 << QString() << -1 << QStringList{"-profile-name", "Default"};
-    QTest::newRow("name with a blank")
-        << 1 << QString() << -1 << phone + QStringList{"Phone HD", "-gpu", "on"};
-    QTest::newRow("combo box changed without Update")
-        << 1 << QString() << 1 << QStringList{"-windowsize",   "320x480",  "-ppi", "240",
-                                              "-profile-name", "Phone HD", "-gpu", "on"};
-    // Unescaped, the inner quotes end and reopen the quoted name: one argument, no quotes.
-    QTest::newRow("quote inside the name") << 1 << QStringLiteral("Phone \"HD\" 2") << -1
-                                           << phone + QStringList{"Phone HD 2", "-gpu", "on"};
-}
-
-void MainWindowTest::passesChosenOptions()
-{
-    QFETCH(int, row);
-    QFETCH(QString, shownName);
-    QFETCH(int, resolution);
-    QFETCH(QStringList, expected);
-
     MainWindow w(nullptr);
-    QCOMPARE(w.m_sections[3].comboBox->currentText(), QStringLiteral("Default"));
-    w.m_profileList->setCurrentRow(row);
-    if (!shownName.isNull())
-        w.m_profileList->currentItem()->setText(shownName);
-    if (resolution >= 0)
-        w.m_sections[1].comboBox->setCurrentIndex(resolution);
-    const QString stored = w.GetProfileValue(w.m_profiles[row]);
+    WindowFixture::Select(w, 1);
+    WindowFixture::ComboBox(w, OptionKind::Resolution)->setCurrentIndex(1);
+    const QList<Profile> profiles = WindowFixture::Profiles(w);
 
     QTest::mouseClick(ButtonWithText(w, "&Launch"), Qt::LeftButton);
+    const QStringList expected = {"-windowsize",   "320x480",  "-ppi", "240",
+                                  "-profile-name", "Phone HD", "-gpu", "on"};
     QTRY_COMPARE_WITH_TIMEOUT(Recorded(m_recordPath), QList<QStringList>{expected}, StartTimeout);
-    // Launching reads the controls only.
-    QCOMPARE(w.GetProfileValue(w.m_profiles[row]), stored);
+    QCOMPARE(WindowFixture::Profiles(w), profiles);
 }
 
-void MainWindowTest::everyClickStartsAnEmulator()
+void LaunchTest::everyClickStartsAnEmulator()
 {
     MainWindow w(nullptr);
     QTest::mouseClick(ButtonWithText(w, "&Launch"), Qt::LeftButton);
@@ -133,7 +103,7 @@ void MainWindowTest::everyClickStartsAnEmulator()
                               StartTimeout);
 }
 
-void MainWindowTest::helpOpensShippedPage()
+void LaunchTest::helpOpensShippedPage()
 {
     m_opened.clear();
     QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
@@ -146,5 +116,5 @@ void MainWindowTest::helpOpensShippedPage()
     QVERIFY(QFileInfo(m_opened.constFirst().toLocalFile()).isFile());
 }
 
-QTEST_MAIN(MainWindowTest)
+QTEST_MAIN(LaunchTest)
 #include "tst_launch.moc"

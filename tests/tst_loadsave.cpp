@@ -1,9 +1,10 @@
 // Loading and saving Launcher.ini through the main window: the version check and its warnings,
 // the fallback to the default file, and the exact bytes the saver writes.
 #include "filelocations.h"
-#include "launcher.h"
 #include "modalanswerer.h"
+#include "records.h"
 #include "testenv.h"
+#include "windowfixture.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -14,19 +15,19 @@ namespace {
 
 const QString WarningTitle = QStringLiteral("Nimbra Mobile Emulator Launcher Warning");
 
-QStringList Dump(const QList<Profile>& profiles)
+using Entries = QList<QList<OptionEntry>>;
+
+Entries EntriesOf(const QList<ConfigSection>& sections)
 {
-    QStringList lines;
-    for (const Profile& p : profiles) {
-        const int* k = p.optionIndex;
-        lines.append(p.name + QString::asprintf("|%d %d %d|", k[0], k[1], k[2]) + p.arguments);
-    }
-    return lines;
+    Entries entries;
+    for (const ConfigSection& section : sections)
+        entries.append(section.entries);
+    return entries;
 }
 
 } // namespace
 
-class MainWindowTest : public QObject
+class LoadSaveTest : public QObject
 {
     Q_OBJECT
 
@@ -43,34 +44,36 @@ private slots:
 
 private:
     QTemporaryDir m_files;
-    QStringList m_defaultProfiles;
+    QList<Profile> m_defaultProfiles;
 };
 
-void MainWindowTest::initTestCase()
+void LoadSaveTest::initTestCase()
 {
     UseFixtureAppFolder();
     UsePrivateDataLocation();
     MainWindow window;
     QVERIFY(window.LoadConfig(GetFileName(DefaultConfigFile), false));
-    m_defaultProfiles = Dump(window.m_profiles);
+    m_defaultProfiles = WindowFixture::Profiles(window);
 }
 
-void MainWindowTest::init()
+void LoadSaveTest::init()
 {
     QDir(QFileInfo(UserConfigPath()).path()).removeRecursively();
 }
 
-void MainWindowTest::loadOutcome_data()
+void LoadSaveTest::loadOutcome_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<bool>("user");
     QTest::addColumn<bool>("loaded");
     QTest::addColumn<QString>("renamedTo");
     QTest::addColumn<QStringList>("warnings");
-    QTest::addColumn<QStringList>("entries");
-    QTest::addColumn<QStringList>("profiles");
+    QTest::addColumn<Entries>("entries");
+    QTest::addColumn<QList<Profile>>("profiles");
 
-    const QStringList allDefault{"0|Default|", "1|Default|", "2|Default|", "3|Default|"};
+    const QList<OptionEntry> defaultEntry{{"Default", ""}};
+    const Entries allDefault{defaultEntry, defaultEntry, defaultEntry, defaultEntry};
+    const QList<Profile> defaultProfile{{"Default", "", {0, 0, 0}}};
     const QString folder = QFileInfo(UserConfigPath()).path() + u'/';
     const auto renamed = [&](const QString& name) {
         return QStringList{WarningTitle +
@@ -82,34 +85,33 @@ void MainWindowTest::loadOutcome_data()
     QTest::newRow("empty sections get Default")
         << QByteArray("$VERSION\t106\n[Resolution]\n\"r\"\t\"\"\n[Input]\n") << true << true
         << QString() << QStringList()
-        << QStringList{"0|Default|", "1|r|", "2|Default|", "3|Default|"}
-        << QStringList{"Default|0 0 0|"};
+        << Entries{defaultEntry, {{"r", ""}}, defaultEntry, defaultEntry} << defaultProfile;
     // An out-of-date user file keeps what was read and leaves the profiles alone: the caller
     // loads the default file next, which replaces both.
     QTest::newRow("user file without version")
         << QByteArray("[Input]\n\"a\"\t\"b\"\n") << true << false << "Launcher.0.ini"
-        << renamed("Launcher.0.ini") << QStringList{"3|a|b"} << m_defaultProfiles;
+        << renamed("Launcher.0.ini") << Entries{{}, {}, {}, {{"a", "b"}}} << m_defaultProfiles;
     QTest::newRow("user file version 107")
         << QByteArray("$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n") << true << false
-        << "Launcher.107.ini" << renamed("Launcher.107.ini") << QStringList{"0|p|[Input] 1 "}
-        << m_defaultProfiles;
+        << "Launcher.107.ini" << renamed("Launcher.107.ini")
+        << Entries{{{"p", "[Input] 1 "}}, {}, {}, {}} << m_defaultProfiles;
     // An out-of-date default file is not renamed; what was read from it is dropped.
     QTest::newRow("default file out of date")
         << QByteArray(
                "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n[Resolution]\n\"r\"\t\"\"\n")
         << false << true << QString() << QStringList{WarningTitle + "|Config file is out of date"}
-        << allDefault << QStringList{"Default|0 0 0|"};
+        << allDefault << defaultProfile;
 }
 
-void MainWindowTest::loadOutcome()
+void LoadSaveTest::loadOutcome()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(bool, user);
     QFETCH(bool, loaded);
     QFETCH(QString, renamedTo);
     QFETCH(QStringList, warnings);
-    QFETCH(QStringList, entries);
-    QFETCH(QStringList, profiles);
+    QFETCH(Entries, entries);
+    QFETCH(QList<Profile>, profiles);
     const QString path = user ? UserConfigPath() : m_files.filePath("LauncherDefault.ini");
     MainWindow window;
     QVERIFY(WriteText(path, bytes));
@@ -118,9 +120,8 @@ void MainWindowTest::loadOutcome()
 
     QCOMPARE(window.LoadConfig(path, user), loaded);
     QCOMPARE(answerer.seen, warnings);
-    QCOMPARE(DumpEntries(window.m_sections), entries);
-    QCOMPARE(window.m_sections.size(), Config::SectionCount);
-    QCOMPARE(Dump(window.m_profiles), profiles);
+    QCOMPARE(EntriesOf(WindowFixture::Sections(window)), entries);
+    QCOMPARE(WindowFixture::Profiles(window), profiles);
     if (!renamedTo.isEmpty()) {
         QVERIFY(!QFileInfo::exists(path));
         QCOMPARE(ReadBytes(QFileInfo(path).path() + u'/' + renamedTo), bytes);
@@ -129,7 +130,7 @@ void MainWindowTest::loadOutcome()
     }
 }
 
-void MainWindowTest::startupFallback_data()
+void LoadSaveTest::startupFallback_data()
 {
     QTest::addColumn<QString>("userFile");
     QTest::addColumn<QByteArray>("bytes");
@@ -145,7 +146,7 @@ void MainWindowTest::startupFallback_data()
                                            << "$VERSION 107\n" + mine << false << 1;
 }
 
-void MainWindowTest::startupFallback()
+void LoadSaveTest::startupFallback()
 {
     QFETCH(QString, userFile);
     QFETCH(QByteArray, bytes);
@@ -160,29 +161,29 @@ void MainWindowTest::startupFallback()
 
     MainWindow window;
     QCOMPARE(answerer.seen.size(), warnings);
-    QCOMPARE(Dump(window.m_profiles),
-             userProfiles ? QStringList{"Mine|0 0 1|"} : m_defaultProfiles);
+    const QList<Profile> mine{{"Mine", "", {0, 0, 1}}};
+    QCOMPARE(WindowFixture::Profiles(window), userProfiles ? mine : m_defaultProfiles);
 }
 
-void MainWindowTest::savedFileBytes()
+void LoadSaveTest::savedFileBytes()
 {
     const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
     MainWindow window;
+    QList<ConfigSection>& sections = WindowFixture::Sections(window);
     QVERIFY(QDir(dataHome).removeRecursively());
     // A model missing a section is not saved, and nothing is created for it.
-    window.m_sections.removeLast();
+    sections.removeLast();
     QVERIFY(!window.SaveConfig());
     QVERIFY(!QFileInfo::exists(dataHome));
 
-    window.m_sections = Config::NewSections();
-    window.m_sections[0].entries = {{"Stale", "[Resolution] 9 "}};
-    window.m_sections[1].entries = {{"Emulator default", ""},
-                                    {"Phone (320x480)", " -windowsize 320x480"}};
-    window.m_sections[2].entries = {{"Größe", " -ppi 160"}};
-    window.m_sections[3].entries = {{"Touch", ""}, {"Tab\there", "back\\tslash"}};
-    window.m_profiles = {{"Default", "", {0, 0, 0}},
-                         {"Args", " -a  -b ", {1, 0, 1}},
-                         {"Extremes", "\t-x\t", {-2147483647 - 1, 2147483647, 0}}};
+    sections = Config::NewSections();
+    sections[0].entries = {{"Stale", "[Resolution] 9 "}};
+    sections[1].entries = {{"Emulator default", ""}, {"Phone (320x480)", " -windowsize 320x480"}};
+    sections[2].entries = {{"Größe", " -ppi 160"}};
+    sections[3].entries = {{"Touch", ""}, {"Tab\there", "back\\tslash"}};
+    WindowFixture::Profiles(window) = {{"Default", "", {0, 0, 0}},
+                                       {"Args", " -a  -b ", {1, 0, 1}},
+                                       {"Extremes", "\t-x\t", {-2147483647 - 1, 2147483647, 0}}};
 
     QVERIFY(window.SaveConfig());
     const QByteArray expected =
@@ -215,7 +216,7 @@ void MainWindowTest::savedFileBytes()
     QCOMPARE(ReadBytes(UserConfigPath()), expected);
 }
 
-void MainWindowTest::roundTrip_data()
+void LoadSaveTest::roundTrip_data()
 {
     QTest::addColumn<QString>("source");
 
@@ -239,23 +240,23 @@ void MainWindowTest::roundTrip_data()
 
 // What a load reads, a save and a second load read again, and the second save writes the
 // same bytes as the first.
-void MainWindowTest::roundTrip()
+void LoadSaveTest::roundTrip()
 {
     QFETCH(QString, source);
     MainWindow window;
     QVERIFY(window.LoadConfig(source, false));
-    const QStringList profiles = Dump(window.m_profiles);
-    const QStringList options = DumpEntries(window.m_sections.mid(1));
+    const QList<Profile> profiles = WindowFixture::Profiles(window);
+    const QList<ConfigSection> options = WindowFixture::Sections(window).mid(1);
 
     QVERIFY(window.SaveConfig());
     const QByteArray saved = ReadBytes(UserConfigPath());
     QVERIFY(window.LoadConfig(UserConfigPath(), true));
-    QCOMPARE(Dump(window.m_profiles), profiles);
-    QCOMPARE(DumpEntries(window.m_sections.mid(1)), options);
+    QCOMPARE(WindowFixture::Profiles(window), profiles);
+    QCOMPARE(WindowFixture::Sections(window).mid(1), options);
 
     QVERIFY(window.SaveConfig());
     QCOMPARE(ReadBytes(UserConfigPath()), saved);
 }
 
-QTEST_MAIN(MainWindowTest)
+QTEST_MAIN(LoadSaveTest)
 #include "tst_loadsave.moc"

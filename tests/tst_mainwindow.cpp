@@ -1,18 +1,18 @@
 // The main window's controls, how they follow the selected profile, and the failure of
 // launch. Runs in an app folder of its own: no emulator and no default file.
-#include "launcher.h"
 #include "modalanswerer.h"
+#include "records.h"
 #include "testenv.h"
+#include "windowfixture.h"
 
-#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QTest>
+
+#include <tuple>
 
 namespace {
 
@@ -24,17 +24,25 @@ const QByteArray WindowConfig = "$VERSION\t106\n[Profile]\n"
                                 SizeAndDensitySections() +
                                 "[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
 
-QStringList Texts(const QAbstractItemModel* model)
+// The two profile buttons: text, Add/Update enabled, Remove enabled.
+using ProfileButtons = std::tuple<QString, bool, bool>;
+
+ProfileButtons ButtonsOf(const MainWindow& w)
 {
-    QStringList texts;
-    for (int row = 0; row < model->rowCount(); ++row)
-        texts.append(model->index(row, 0).data().toString());
-    return texts;
+    return {WindowFixture::AddUpdateButton(w)->text(),
+            WindowFixture::AddUpdateButton(w)->isEnabled(),
+            WindowFixture::RemoveProfileButton(w)->isEnabled()};
+}
+
+bool RemoveOptionButtonsEnabled(const MainWindow& w, bool enabled)
+{
+    return WindowFixture::RemoveButton(w, OptionKind::Resolution)->isEnabled() == enabled &&
+           WindowFixture::RemoveButton(w, OptionKind::PixelDensity)->isEnabled() == enabled;
 }
 
 } // namespace
 
-class MainWindowTest : public QObject
+class WindowTest : public QObject
 {
     Q_OBJECT
 
@@ -51,31 +59,9 @@ private slots:
     void profileButtonsFollowControls();
     void storedIndexOutsideList();
     void launchFailureChangesNothing();
-
-private:
-    // "text|Add/Update enabled|Remove enabled" of the two profile buttons.
-    static QString ProfileButtons(const MainWindow& w)
-    {
-        return QStringLiteral("%1|%2|%3")
-            .arg(w.m_addUpdateButton->text(), w.m_addUpdateButton->isEnabled() ? "on" : "off",
-                 w.m_removeProfileButton->isEnabled() ? "on" : "off");
-    }
-    // The option rows' indexes and the arguments the controls show.
-    static QString Shown(const MainWindow& w)
-    {
-        return QStringLiteral("%1 %2 %3|%4")
-            .arg(Combo(w, 1)->currentIndex())
-            .arg(Combo(w, 2)->currentIndex())
-            .arg(Combo(w, 3)->currentIndex())
-            .arg(w.m_argumentsEdit->text());
-    }
-    static QComboBox* Combo(const MainWindow& w, int section)
-    {
-        return w.m_sections[section].comboBox;
-    }
 };
 
-void MainWindowTest::showsConfiguration()
+void WindowTest::showsConfiguration()
 {
     MainWindow w(nullptr);
     auto* group = w.findChild<QGroupBox*>();
@@ -86,16 +72,16 @@ void MainWindowTest::showsConfiguration()
         auto* label = qobject_cast<QLabel*>(form->itemAt(row, QFormLayout::LabelRole)->widget());
         texts.append(label ? label->text() : QString());
     }
-    for (int section = 1; section <= 3; ++section)
-        texts += Texts(Combo(w, section)->model());
-    texts += Texts(w.m_profileList->model());
+    for (const OptionKind kind : AllOptionKinds)
+        texts += WindowFixture::Items(w, kind);
+    texts += WindowFixture::Rows(w);
     QCOMPARE(texts, (QStringList{"Nimbra Mobile Emulator", "Profile", "Resolution", "Pixel Density",
                                  "Input", "&Arguments", "Any size", "Small", "Large", "Any density",
                                  "mdpi", "hdpi", "Touch", "Mouse", "Base", "Phone"}));
-    QVERIFY(group->isAncestorOf(w.m_profileList));
-    QCOMPARE(form->itemAt(3, QFormLayout::FieldRole)->widget(), w.m_argumentsEdit);
-    QCOMPARE(w.m_profileList->currentRow(), 0);
-    QCOMPARE(Shown(w), QStringLiteral("2 1 0| -fast"));
+    QVERIFY(group->isAncestorOf(WindowFixture::ProfileList(w)));
+    QCOMPARE(form->itemAt(3, QFormLayout::FieldRole)->widget(), WindowFixture::Arguments(w));
+    QCOMPARE(WindowFixture::ProfileList(w)->currentRow(), 0);
+    QCOMPARE(WindowFixture::Controls(w), (Profile{"Base", " -fast", {2, 1, 0}}));
 
     auto* box = w.findChild<QDialogButtonBox*>();
     QVERIFY(box);
@@ -103,7 +89,7 @@ void MainWindowTest::showsConfiguration()
     QCOMPARE(box->buttonRole(ButtonWithText(w, "&Launch")), QDialogButtonBox::AcceptRole);
 }
 
-void MainWindowTest::profileListSizeHint()
+void WindowTest::profileListSizeHint()
 {
     // The height is fixed; the width is the names' width plus a fixed scroll bar allowance.
     QList<int> allowance;
@@ -114,37 +100,37 @@ void MainWindowTest::profileListSizeHint()
                     "\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n";
         QVERIFY(WriteText(UserConfigPath(), text));
         MainWindow w(nullptr);
-        QCOMPARE(w.m_profileList->sizeHint().height(), 192);
-        allowance.append(w.m_profileList->sizeHint().width() -
-                         w.m_profileList->sizeHintForColumn(0));
+        const ProfileQListWidget* list = WindowFixture::ProfileList(w);
+        QCOMPARE(list->sizeHint().height(), 192);
+        allowance.append(list->sizeHint().width() - list->sizeHintForColumn(0));
     }
     QCOMPARE(allowance[0], allowance[1]);
     QVERIFY(allowance[0] > 5);
 }
 
-void MainWindowTest::profileButtonsFollowControls()
+void WindowTest::profileButtonsFollowControls()
 {
     MainWindow w(nullptr);
-    QCOMPARE(ProfileButtons(w), QStringLiteral("Add|off|off"));
+    QCOMPARE(ButtonsOf(w), (ProfileButtons{"Add", false, false}));
     // The option rows' Remove buttons start disabled, then follow the selected entries.
-    QVERIFY(!w.m_removeResolutionButton->isEnabled() && !w.m_removePixelDensityButton->isEnabled());
-    Combo(w, 2)->setCurrentIndex(0);
-    QCOMPARE(ProfileButtons(w), QStringLiteral("Add|on|off"));
-    Combo(w, 2)->setCurrentIndex(1);
+    QVERIFY(RemoveOptionButtonsEnabled(w, false));
+    WindowFixture::ComboBox(w, OptionKind::PixelDensity)->setCurrentIndex(0);
+    QCOMPARE(ButtonsOf(w), (ProfileButtons{"Add", true, false}));
+    WindowFixture::ComboBox(w, OptionKind::PixelDensity)->setCurrentIndex(1);
     // Surrounding blanks don't count; letter case does.
-    w.m_argumentsEdit->setText(QStringLiteral("  -fast \t"));
-    QCOMPARE(ProfileButtons(w), QStringLiteral("Add|off|off"));
-    w.m_argumentsEdit->setText(QStringLiteral("-Fast"));
-    QCOMPARE(ProfileButtons(w), QStringLiteral("Add|on|off"));
+    WindowFixture::Arguments(w)->setText(QStringLiteral("  -fast \t"));
+    QCOMPARE(ButtonsOf(w), (ProfileButtons{"Add", false, false}));
+    WindowFixture::Arguments(w)->setText(QStringLiteral("-Fast"));
+    QCOMPARE(ButtonsOf(w), (ProfileButtons{"Add", true, false}));
 
-    w.m_profileList->setCurrentRow(1);
-    QCOMPARE(ProfileButtons(w), QStringLiteral("Update|off|on"));
-    QVERIFY(w.m_removeResolutionButton->isEnabled() && w.m_removePixelDensityButton->isEnabled());
-    Combo(w, 3)->setCurrentIndex(0);
-    QCOMPARE(ProfileButtons(w), QStringLiteral("Update|on|on"));
+    WindowFixture::Select(w, 1);
+    QCOMPARE(ButtonsOf(w), (ProfileButtons{"Update", false, true}));
+    QVERIFY(RemoveOptionButtonsEnabled(w, true));
+    WindowFixture::ComboBox(w, OptionKind::Input)->setCurrentIndex(0);
+    QCOMPARE(ButtonsOf(w), (ProfileButtons{"Update", true, true}));
 }
 
-void MainWindowTest::storedIndexOutsideList()
+void WindowTest::storedIndexOutsideList()
 {
     // Shown as no entry; only -1, what the controls store for that, is no change.
     for (const auto& [index, changed] : {std::pair{"99", true}, std::pair{"-1", false}}) {
@@ -153,41 +139,41 @@ void MainWindowTest::storedIndexOutsideList()
             UserConfigPath(),
             config.replace("[Resolution] 2 [", "[Resolution] " + QByteArray(index) + " [")));
         MainWindow w(nullptr);
-        QCOMPARE(w.m_profiles[0].optionIndex[0], QByteArray(index).toInt());
-        QCOMPARE(w.GetControlsValueText(),
-                 QStringLiteral("[Resolution] -1 [PixelDensity] 1 [Input] 0 -fast"));
-        QCOMPARE(w.m_addUpdateButton->isEnabled(), changed);
-        QVERIFY(!w.m_removeResolutionButton->isEnabled());
+        QCOMPARE(WindowFixture::Profiles(w)[0].optionIndex[0], QByteArray(index).toInt());
+        QCOMPARE(WindowFixture::Controls(w), (Profile{"Base", " -fast", {-1, 1, 0}}));
+        QCOMPARE(WindowFixture::AddUpdateButton(w)->isEnabled(), changed);
+        QVERIFY(!WindowFixture::RemoveButton(w, OptionKind::Resolution)->isEnabled());
     }
 }
 
-void MainWindowTest::launchFailureChangesNothing()
+void WindowTest::launchFailureChangesNothing()
 {
     MainWindow w(nullptr);
-    w.m_profileList->setCurrentRow(1);
-    Combo(w, 1)->setCurrentIndex(2);
-    const QString controls = Shown(w) + ProfileButtons(w);
-    const QString stored = w.GetProfileValue(w.m_profiles[1]);
+    WindowFixture::Select(w, 1);
+    WindowFixture::ComboBox(w, OptionKind::Resolution)->setCurrentIndex(2);
+    const Profile controls = WindowFixture::Controls(w);
+    const ProfileButtons buttons = ButtonsOf(w);
+    const QList<Profile> profiles = WindowFixture::Profiles(w);
 
     ModalAnswerer answerer;
-    QString shape;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
     answerer.enqueue([&](QWidget* dialog) {
-        if (auto* box = qobject_cast<QMessageBox*>(dialog))
-            shape = QStringLiteral("%1|%2|%3")
-                        .arg(box->icon())
-                        .arg(int(box->standardButtons()))
-                        .arg(box->parentWidget() == &w);
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        QVERIFY(box && box->parentWidget() == &w);
+        QCOMPARE(box->standardButtons(), QMessageBox::Ok);
+        icon = box->icon();
         ModalAnswerer::PressButton(dialog, QStringLiteral("OK"));
     });
     QTest::mouseClick(ButtonWithText(w, "&Launch"), Qt::LeftButton);
     QTRY_COMPARE(answerer.seen, QStringList{QStringLiteral(
                                     "Nimbra Mobile Emulator Launcher|Failed to start Nimbra "
                                     "Mobile Emulator!")});
-    QCOMPARE(shape, QStringLiteral("%1|%2|1").arg(QMessageBox::Critical).arg(int(QMessageBox::Ok)));
-    QCOMPARE(Shown(w) + ProfileButtons(w), controls);
-    QCOMPARE(w.GetProfileValue(w.m_profiles[1]), stored);
+    QCOMPARE(icon, QMessageBox::Critical);
+    QCOMPARE(WindowFixture::Controls(w), controls);
+    QCOMPARE(ButtonsOf(w), buttons);
+    QCOMPARE(WindowFixture::Profiles(w), profiles);
     QCOMPARE(ReadBytes(UserConfigPath()), WindowConfig);
 }
 
-QTEST_MAIN(MainWindowTest)
+QTEST_MAIN(WindowTest)
 #include "tst_mainwindow.moc"

@@ -154,18 +154,6 @@ private slots:
         QVERIFY(WaitForLine(*primary, "message:hello"));
     }
 
-    // The fact the removal of ownerless lock files rests on. Should Qt start taking such
-    // files over itself, that removal becomes dead code.
-    void qlockFileNeverTakesOverAnEmptyLock()
-    {
-        const QString path = m_dir->filePath(QStringLiteral("probe.lock"));
-        QVERIFY(WriteText(path, ""));
-        QLockFile lock(path);
-        lock.setStaleLockTime(0);
-        QVERIFY(!lock.tryLock());
-        QCOMPARE(lock.error(), QLockFile::LockFailedError);
-    }
-
     void frozenPrimaryMakesSecondStartFail()
     {
         const QString helper = CopyHelper(QStringLiteral("a"));

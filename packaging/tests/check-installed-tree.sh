@@ -1,5 +1,5 @@
 # Sourced: check_installed_tree PREFIX checks an installed tree under PREFIX (usr or a custom
-# prefix): the app folder, the link on PATH, desktop entry, metainfo and icons.
+# prefix): the app folder, the links on PATH, desktop entry, metainfo and icons.
 
 check_installed_tree() {
     local prefix=$1 id=com.nimbra.MobileLauncher
@@ -7,21 +7,25 @@ check_installed_tree() {
     launcher="$contents/MacOS/nimbra-mobile-launcher"
     [ -x "$launcher" ] || fail "no launcher at $launcher"
     # Test programs share the build tree's MacOS folder; none of them may be installed.
-    [ "$(ls "$contents/MacOS")" = nimbra-mobile-launcher ] ||
-        fail "MacOS holds more than the launcher: $(ls "$contents/MacOS")"
+    [ "$(ls "$contents/MacOS" | tr '\n' ' ')" = "nimbra-mobile-launch nimbra-mobile-launcher " ] ||
+        fail "MacOS holds more than the launcher and its companion: $(ls "$contents/MacOS")"
     for file in LauncherDefault.ini LauncherHelp.html; do
         [ -s "$contents/Resources/$file" ] || fail "no $file in Resources"
     done
     [ -x "$contents/Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile" ] ||
         fail "no stand-in emulator in Resources"
 
-    local link="$prefix/bin/nimbra-mobile-launcher"
-    [ -L "$link" ] || fail "$link is not a symbolic link"
-    case "$(readlink "$link")" in
-    /*) fail "the link on PATH is absolute: $(readlink "$link")" ;;
-    esac
-    [ "$(readlink -f "$link")" = "$(readlink -f "$launcher")" ] ||
-        fail "the link on PATH leads to $(readlink -f "$link")"
+    local program link
+    for program in nimbra-mobile-launcher nimbra-mobile-launch; do
+        link="$prefix/bin/$program"
+        [ -L "$link" ] || fail "$link is not a symbolic link"
+        case "$(readlink "$link")" in
+        /*) fail "the link on PATH is absolute: $(readlink "$link")" ;;
+        esac
+        [ "$(readlink -f "$link")" = "$(readlink -f "$contents/MacOS/$program")" ] ||
+            fail "the link on PATH leads to $(readlink -f "$link")"
+    done
+    check_companion "$prefix"
 
     local desktop="$prefix/share/applications/$id.desktop"
     desktop-file-validate "$desktop" || fail "desktop-file-validate rejects $desktop"
@@ -36,4 +40,38 @@ check_installed_tree() {
         file -b "$icons/${size}x$size/apps/$id.png" | grep -q "PNG image data, $size x $size" ||
             fail "no ${size}x$size PNG icon"
     done
+}
+
+# The command-line companion through its link: --list prints the shipped profiles, its manual
+# page reads without warnings, and its completion offers profile names, quoted.
+check_companion() {
+    local prefix=$1
+    local expected listed
+    expected=$(sed -n '/^\[Profile\]/,/^$/s/^"\([^"]*\)".*/\1/p' \
+        "$contents/Resources/LauncherDefault.ini")
+    listed=$(XDG_DATA_HOME="$work/companion-data" "$prefix/bin/nimbra-mobile-launch" --list) ||
+        fail "nimbra-mobile-launch --list failed"
+    [ -n "$expected" ] && [ "$listed" = "$expected" ] ||
+        fail "nimbra-mobile-launch --list printed: $listed"
+
+    local page="$prefix/share/man/man1/nimbra-mobile-launch.1"
+    [ -s "$page" ] || fail "no manual page"
+    [ -z "$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$page" 2>&1 >/dev/null)" ] ||
+        fail "the manual page has warnings"
+
+    local completion="$prefix/share/bash-completion/completions/nimbra-mobile-launch"
+    [ -s "$completion" ] || fail "no bash completion"
+    # bash-completion's own helper, reduced to what the script uses.
+    local reply
+    reply=$(XDG_DATA_HOME="$work/companion-data" bash -c '
+        _init_completion() {
+            words=("${COMP_WORDS[@]}") cword=$COMP_CWORD
+            cur=${words[cword]} prev=${words[cword - 1]}
+        }
+        . "$1" || exit 1
+        COMP_WORDS=("$2" --file "$3" Ph) COMP_CWORD=3
+        _nimbra_mobile_launch
+        printf "%s\n" "${COMPREPLY[@]}"' _ "$completion" "$prefix/bin/nimbra-mobile-launch" \
+        "$contents/Resources/LauncherDefault.ini")
+    grep -qx 'Phone\\ WVGA\\ hdpi' <<<"$reply" || fail "completion offered: $reply"
 }

@@ -28,11 +28,12 @@ start_x() {
     export DISPLAY=":$(cat "$work/display")"
 }
 
-# run_launcher PROGRAM DATA_HOME: starts the launcher on the private server with its own data,
-# temporary and runtime folders, closes its window as a user would and sets launcher_status.
+# run_launcher PROGRAM DATA_HOME [BOXES]: starts the launcher on the private server with its own
+# data, temporary and runtime folders, closes its window as a user would, then closes BOXES
+# more windows it shows (the box that says the save at exit failed), and sets launcher_status.
 # A signal would end it without saving, so only a closed window proves the exit path.
 run_launcher() {
-    local program=$1 data=$2
+    local program=$1 data=$2 boxes=${3:-0}
     mkdir -p "$work/tmp" "$work/runtime"
     chmod 700 "$work/runtime"
     XDG_DATA_HOME="$data" TMPDIR="$work/tmp" XDG_RUNTIME_DIR="$work/runtime" \
@@ -43,6 +44,11 @@ run_launcher() {
         wait "$pid"
         fail "the launcher showed no window: $(cat "$work/launcher.log")"
     fi
+    for _ in $(seq "$boxes"); do
+        # Until the closed window is unmapped the closer could find it again.
+        sleep 1
+        "$closer" "$pid" 20000 || fail "no box after the window closed: $(cat "$work/launcher.log")"
+    done
     # The window is closed; give the event loop and the save at exit time to finish.
     for _ in $(seq 200); do
         kill -0 "$pid" 2>/dev/null || break
