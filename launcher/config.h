@@ -24,9 +24,9 @@ inline bool operator==(const OptionEntry& a, const OptionEntry& b)
 
 struct ConfigSection
 {
-    QString name;  // the header line as written, brackets included
+    QString name; // the header line as written, brackets included
     QList<OptionEntry> entries;
-    QComboBox* comboBox = nullptr;  // not owned; set for the option sections only
+    QComboBox* comboBox = nullptr; // not owned; set for the option sections only
 };
 
 // The combo box is the window's view of a section, not part of its content.
@@ -68,18 +68,6 @@ QStringList SplitLineTokens(const QString& line);
 
 // Tokens of a profile value split at runs of ASCII whitespace, empty ones dropped.
 QStringList SplitValueTokens(const QString& value);
-
-// Reader state across the lines of one file.
-struct Reader
-{
-    QList<ConfigSection>* sections;
-    int current = -1;
-    qint32 version = 0;
-    // The previous line when it was an entry line: only then may an exact line complete it.
-    QString entryLine = QString();
-};
-
-void ReadLine(Reader& reader, const QString& line);
 
 // Reads decoded file text line by line into sections; returns the version found (0 if none).
 qint32 ReadText(const QString& text, QList<ConfigSection>& sections);

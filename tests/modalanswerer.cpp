@@ -2,7 +2,6 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QLineEdit>
 #include <QMessageBox>
 
 ModalAnswerer::ModalAnswerer(QObject* parent) : QObject(parent)
@@ -20,13 +19,13 @@ void ModalAnswerer::pressButton(const QString& text)
     enqueue([text](QWidget* dialog) { PressButton(dialog, text); });
 }
 
-void ModalAnswerer::typeAndPress(const QString& text, const QString& button)
+void ModalAnswerer::guard()
 {
-    enqueue([text, button](QWidget* dialog) {
-        if (auto* edit = dialog->findChild<QLineEdit*>())
-            edit->setText(text);
-        PressButton(dialog, button);
-    });
+    for (int i = 0; i < 5; ++i) {
+        enqueue([](QWidget* dialog) {
+            QMetaObject::invokeMethod(dialog, "reject", Qt::QueuedConnection);
+        });
+    }
 }
 
 void ModalAnswerer::PressButton(QWidget* dialog, const QString& text)

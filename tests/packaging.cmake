@@ -18,4 +18,3 @@ if(UNIX AND NOT APPLE)
     endforeach()
 endif()
 
-launcher_test(tst_accessibility SOURCES tst_accessibility.cpp LIBS launcherui)

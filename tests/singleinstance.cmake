@@ -1,5 +1,6 @@
 # The single-instance class, driven through real processes: a small helper program started
-# from copies at private paths (one identity per test), and the launcher itself.
+# from copies at private paths (one identity per test), and the launcher itself, including
+# the lock's fallback folders.
 qt_add_executable(singleinstance_helper singleinstance_helper.cpp)
 target_link_libraries(singleinstance_helper PRIVATE launcherui)
 

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QPushButton>
 #include <QTemporaryDir>
 
@@ -63,6 +65,19 @@ QByteArray ReadBytes(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+QList<QStringList> Recorded(const QString& recordPath)
+{
+    QList<QStringList> starts;
+    for (const QByteArray& line : ReadBytes(recordPath).split('\n')) {
+        QStringList arguments;
+        for (const QJsonValue& value : QJsonDocument::fromJson(line).array())
+            arguments.append(value.toString());
+        if (!line.isEmpty())
+            starts.append(arguments);
+    }
+    return starts;
+}
+
 QByteArray SizeAndDensitySections()
 {
     return "[Resolution]\n"
@@ -82,4 +97,20 @@ QPushButton* ButtonWithText(const QWidget& window, const QString& text)
             return button;
     }
     return nullptr;
+}
+
+QByteArray EditingConfig()
+{
+    return "$VERSION\t106\n[Profile]\n"
+           "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+           "\"Phone\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 0 \"\n"
+           "\"Tablet\"\t\"[Resolution] 2 [PixelDensity] 3 [Input] 1 -t\"\n"
+           "\"Watch\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 1 -b\"\n"
+           "[Resolution]\n\"Default\"\t\"\"\n"
+           "\"Small\"\t\" -windowsize 320x480\"\n"
+           "\"Large\"\t\" -windowsize 800x1280\"\n"
+           "\"Huge\"\t\" -windowsize 1536x2048\"\n"
+           "[PixelDensity]\n\"Default\"\t\"\"\n\"ldpi\"\t\" -ppi 120\"\n"
+           "\"mdpi\"\t\" -ppi 160\"\n\"hdpi\"\t\" -ppi 240\"\n"
+           "[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
 }

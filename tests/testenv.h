@@ -23,6 +23,10 @@ QString UserConfigPath();
 bool WriteText(const QString& path, const QByteArray& text);
 QByteArray ReadBytes(const QString& path);
 
+// The starts the stand-in emulator recorded at recordPath (its NIMBRA_STANDIN_RECORD), one
+// argument list per start, argv[0] left out.
+QList<QStringList> Recorded(const QString& recordPath);
+
 class QPushButton;
 class QWidget;
 
@@ -32,3 +36,7 @@ QByteArray SizeAndDensitySections();
 
 // The push button under window showing text, or null.
 QPushButton* ButtonWithText(const QWidget& window, const QString& text);
+
+// Four profiles (Resolution, Pixel Density, Input, arguments): Base 0 0 0, Phone 1 2 0,
+// Tablet 2 3 1 "-t", Watch 1 2 1 "-b"; four resolutions and densities, two inputs.
+QByteArray EditingConfig();

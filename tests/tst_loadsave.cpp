@@ -1,5 +1,7 @@
 // Loading and saving Launcher.ini through the main window: the version check and its warnings,
-// the fallback to the default file, and the exact bytes the saver writes.
+// the fallback to the default file, a failed save at exit, an out-of-date file that can't be
+// moved, and a launcher without the single-instance lock merging what another one saved.
+// The file format and the keeping rules themselves are the core's (tst_config*, tst_keeping).
 #include "filelocations.h"
 #include "modalanswerer.h"
 #include "records.h"
@@ -11,18 +13,25 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+#include <memory>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+using W = WindowFixture;
+
 namespace {
 
-const QString WarningTitle = QStringLiteral("Nimbra Mobile Emulator Launcher Warning");
+const QString Title = QStringLiteral("Nimbra Mobile Emulator Launcher");
+const QString WarningTitle = Title + QStringLiteral(" Warning");
 
-using Entries = QList<QList<OptionEntry>>;
-
-Entries EntriesOf(const QList<ConfigSection>& sections)
+void SetFileSizeLimit(rlim_t soft)
 {
-    Entries entries;
-    for (const ConfigSection& section : sections)
-        entries.append(section.entries);
-    return entries;
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = soft;
+    setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 } // namespace
@@ -33,17 +42,18 @@ class LoadSaveTest : public QObject
 
 private slots:
     void initTestCase();
-    void init();
-    void loadOutcome_data();
-    void loadOutcome();
-    void startupFallback_data();
-    void startupFallback();
-    void savedFileBytes();
-    void roundTrip_data();
-    void roundTrip();
+    void init() { QDir(m_folder).removeRecursively(); }
+    void outdatedUserFileIsSetAside();
+    void outdatedDefaultFileIsDropped();
+    void savedProfilesComeBack();
+    void failedSaveAtExit_data();
+    void failedSaveAtExit();
+    void unmovableOutdatedFileIsKept();
+    void saveWithoutLockKeepsOtherLaunchersProfiles();
 
 private:
     QTemporaryDir m_files;
+    QString m_folder;
     QList<Profile> m_defaultProfiles;
 };
 
@@ -51,211 +61,147 @@ void LoadSaveTest::initTestCase()
 {
     UseFixtureAppFolder();
     UsePrivateDataLocation();
+    m_folder = QFileInfo(UserConfigPath()).path();
     MainWindow window;
     QVERIFY(window.LoadConfig(GetFileName(DefaultConfigFile), false));
-    m_defaultProfiles = WindowFixture::Profiles(window);
+    m_defaultProfiles = W::Profiles(window);
+    // A write past the limit then fails instead of killing the test.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
-void LoadSaveTest::init()
+// Set aside under a name of its own, named in the warning; the default file is used instead.
+void LoadSaveTest::outdatedUserFileIsSetAside()
 {
-    QDir(QFileInfo(UserConfigPath()).path()).removeRecursively();
-}
-
-void LoadSaveTest::loadOutcome_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("user");
-    QTest::addColumn<bool>("loaded");
-    QTest::addColumn<QString>("renamedTo");
-    QTest::addColumn<QStringList>("warnings");
-    QTest::addColumn<Entries>("entries");
-    QTest::addColumn<QList<Profile>>("profiles");
-
-    const QList<OptionEntry> defaultEntry{{"Default", ""}};
-    const Entries allDefault{defaultEntry, defaultEntry, defaultEntry, defaultEntry};
-    const QList<Profile> defaultProfile{{"Default", "", {0, 0, 0}}};
-    const QString folder = QFileInfo(UserConfigPath()).path() + u'/';
-    const auto renamed = [&](const QString& name) {
-        return QStringList{WarningTitle +
-                           "|Your Launcher.ini configuration file is out of date and will not "
-                           "be used. It has been renamed to " +
-                           folder + name + " to make place for a new configuration file."};
-    };
-    // Only empty sections get the "Default" entry; the profiles come from section 0 after that.
-    QTest::newRow("empty sections get Default")
-        << QByteArray("$VERSION\t106\n[Resolution]\n\"r\"\t\"\"\n[Input]\n") << true << true
-        << QString() << QStringList()
-        << Entries{defaultEntry, {{"r", ""}}, defaultEntry, defaultEntry} << defaultProfile;
-    // An out-of-date user file keeps what was read and leaves the profiles alone: the caller
-    // loads the default file next, which replaces both.
-    QTest::newRow("user file without version")
-        << QByteArray("[Input]\n\"a\"\t\"b\"\n") << true << false << "Launcher.0.ini"
-        << renamed("Launcher.0.ini") << Entries{{}, {}, {}, {{"a", "b"}}} << m_defaultProfiles;
-    QTest::newRow("user file version 107")
-        << QByteArray("$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n") << true << false
-        << "Launcher.107.ini" << renamed("Launcher.107.ini")
-        << Entries{{{"p", "[Input] 1 "}}, {}, {}, {}} << m_defaultProfiles;
-    // An out-of-date default file is not renamed; what was read from it is dropped.
-    QTest::newRow("default file out of date")
-        << QByteArray(
-               "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n[Resolution]\n\"r\"\t\"\"\n")
-        << false << true << QString() << QStringList{WarningTitle + "|Config file is out of date"}
-        << allDefault << defaultProfile;
-}
-
-void LoadSaveTest::loadOutcome()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(bool, user);
-    QFETCH(bool, loaded);
-    QFETCH(QString, renamedTo);
-    QFETCH(QStringList, warnings);
-    QFETCH(Entries, entries);
-    QFETCH(QList<Profile>, profiles);
-    const QString path = user ? UserConfigPath() : m_files.filePath("LauncherDefault.ini");
-    MainWindow window;
-    QVERIFY(WriteText(path, bytes));
+    const QByteArray bytes = "$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n";
+    QVERIFY(WriteText(UserConfigPath(), bytes));
     ModalAnswerer answerer;
     answerer.pressButton("OK");
+    MainWindow window;
+    const QString renamed = m_folder + "/Launcher.107.ini";
+    QCOMPARE(answerer.seen, QStringList{WarningTitle +
+                                        "|Your Launcher.ini configuration file is out of date "
+                                        "and will not be used. It has been renamed to " +
+                                        renamed + " to make place for a new configuration file."});
+    QCOMPARE(ReadBytes(renamed), bytes);
+    QCOMPARE(W::Profiles(window), m_defaultProfiles);
+}
 
-    QCOMPARE(window.LoadConfig(path, user), loaded);
-    QCOMPARE(answerer.seen, warnings);
-    QCOMPARE(EntriesOf(WindowFixture::Sections(window)), entries);
-    QCOMPARE(WindowFixture::Profiles(window), profiles);
-    if (!renamedTo.isEmpty()) {
-        QVERIFY(!QFileInfo::exists(path));
-        QCOMPARE(ReadBytes(QFileInfo(path).path() + u'/' + renamedTo), bytes);
-    } else {
-        QCOMPARE(ReadBytes(path), bytes);
+// An out-of-date default file is not renamed; what was read from it is dropped, and every
+// section gets its "Default" entry.
+void LoadSaveTest::outdatedDefaultFileIsDropped()
+{
+    const QString path = m_files.filePath("LauncherDefault.ini");
+    QVERIFY(WriteText(path, "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n"
+                            "[Resolution]\n\"r\"\t\"\"\n"));
+    MainWindow window;
+    ModalAnswerer answerer;
+    answerer.pressButton("OK");
+    QVERIFY(window.LoadConfig(path, false));
+    QCOMPARE(answerer.seen, QStringList{WarningTitle + "|Config file is out of date"});
+    for (const ConfigSection& section : W::Sections(window))
+        QCOMPARE(section.entries, (QList<OptionEntry>{{"Default", ""}}));
+    QCOMPARE(W::Profiles(window), (QList<Profile>{{"Default", "", {0, 0, 0}}}));
+    QVERIFY(QFileInfo::exists(path));
+}
+
+// The profiles reach the file at exit, quoted arguments included, and come back at the next
+// start; a model missing a section is not saved, and nothing is created for it.
+void LoadSaveTest::savedProfilesComeBack()
+{
+    QList<Profile> profiles;
+    {
+        MainWindow window;
+        W::Profiles(window).append(
+            {"Mac data", " -datadir \"/Users/me/Application Support/emu\" -t \"a  b\"", {1, 0, 1}});
+        profiles = W::Profiles(window);
+        const QList<ConfigSection> sections = W::Sections(window);
+        W::Sections(window).removeLast();
+        QVERIFY(!window.SaveConfig());
+        QVERIFY(!QFileInfo::exists(m_folder));
+        W::Sections(window) = sections;
     }
+    MainWindow restarted;
+    QCOMPARE(W::Profiles(restarted), profiles);
 }
 
-void LoadSaveTest::startupFallback_data()
+void LoadSaveTest::failedSaveAtExit_data()
 {
-    QTest::addColumn<QString>("userFile");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("userProfiles");
-    QTest::addColumn<int>("warnings");
-
-    const QByteArray mine = "[Profile]\n\"Mine\"\t\"[Input] 1 \"\n";
-    QTest::newRow("accepted user file") << "file"
-                                        << "$VERSION 106\n" + mine << true << 0;
-    QTest::newRow("missing user file") << "missing" << QByteArray() << false << 0;
-    QTest::newRow("unreadable user file") << "folder" << QByteArray() << false << 0;
-    QTest::newRow("out-of-date user file") << "file"
-                                           << "$VERSION 107\n" + mine << false << 1;
+    QTest::addColumn<bool>("retry");
+    QTest::newRow("retry once the limit is lifted") << true;
+    QTest::newRow("discard") << false;
 }
 
-void LoadSaveTest::startupFallback()
+void LoadSaveTest::failedSaveAtExit()
 {
-    QFETCH(QString, userFile);
-    QFETCH(QByteArray, bytes);
-    QFETCH(bool, userProfiles);
-    QFETCH(int, warnings);
-    if (userFile == "file")
-        QVERIFY(WriteText(UserConfigPath(), bytes));
-    else if (userFile == "folder")
-        QVERIFY(QDir().mkpath(UserConfigPath()));
+    QFETCH(bool, retry);
+    const QByteArray old = "$VERSION\t106\n[Profile]\n\"Old\"\t\"[Input] 0 \"\n";
+    QVERIFY(WriteText(UserConfigPath(), old));
+    auto window = std::make_unique<MainWindow>();
+    for (int i = 0; i < 5000; ++i)
+        W::Profiles(*window).append({QStringLiteral("Profile %1").arg(i), " -x", {}});
+
+    ModalAnswerer answerer;
+    answerer.enqueue([retry](QWidget* box) {
+        if (retry)
+            SetFileSizeLimit(RLIM_INFINITY);
+        ModalAnswerer::PressButton(box, retry ? "Retry" : "Discard");
+    });
+    SetFileSizeLimit(64 * 1024);
+    window.reset(); // quits: the exit save
+    SetFileSizeLimit(RLIM_INFINITY);
+
+    QCOMPARE(answerer.seen, QStringList{Title + "|Your profiles could not be saved to " +
+                                        UserConfigPath() + ".\n\nReason: File too large"});
+    QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden), QStringList{"Launcher.ini"});
+    if (!retry) {
+        QCOMPARE(ReadBytes(UserConfigPath()), old);
+        return;
+    }
+    MainWindow restarted;
+    QCOMPARE(W::Profiles(restarted).size(), 5001);
+}
+
+// A file that can't be set aside is named where it stays and outlives the session.
+void LoadSaveTest::unmovableOutdatedFileIsKept()
+{
+    if (geteuid() == 0)
+        QSKIP("root moves files out of read-only folders");
+    const QByteArray bytes = "$VERSION\t107\n# stays\n";
+    QVERIFY(WriteText(UserConfigPath(), bytes));
+    QVERIFY(QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::ExeOwner));
     ModalAnswerer answerer;
     answerer.pressButton("OK");
-
-    MainWindow window;
-    QCOMPARE(answerer.seen.size(), warnings);
-    const QList<Profile> mine{{"Mine", "", {0, 0, 1}}};
-    QCOMPARE(WindowFixture::Profiles(window), userProfiles ? mine : m_defaultProfiles);
+    {
+        MainWindow window;
+    }
+    QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QCOMPARE(answerer.seen,
+             QStringList{WarningTitle +
+                         "|Your Launcher.ini configuration file is out of date and "
+                         "will not be used. It could not be renamed and stays at " +
+                         UserConfigPath() +
+                         ". The launcher will not overwrite it, so changes made in this session "
+                         "will not be saved."});
+    QCOMPARE(ReadBytes(UserConfigPath()), bytes);
 }
 
-void LoadSaveTest::savedFileBytes()
+void LoadSaveTest::saveWithoutLockKeepsOtherLaunchersProfiles()
 {
-    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    QVERIFY(WriteText(UserConfigPath(), "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n"));
     MainWindow window;
-    QList<ConfigSection>& sections = WindowFixture::Sections(window);
-    QVERIFY(QDir(dataHome).removeRecursively());
-    // A model missing a section is not saved, and nothing is created for it.
-    sections.removeLast();
-    QVERIFY(!window.SaveConfig());
-    QVERIFY(!QFileInfo::exists(dataHome));
-
-    sections = Config::NewSections();
-    sections[0].entries = {{"Stale", "[Resolution] 9 "}};
-    sections[1].entries = {{"Emulator default", ""}, {"Phone (320x480)", " -windowsize 320x480"}};
-    sections[2].entries = {{"Größe", " -ppi 160"}};
-    sections[3].entries = {{"Touch", ""}, {"Tab\there", "back\\tslash"}};
-    WindowFixture::Profiles(window) = {{"Default", "", {0, 0, 0}},
-                                       {"Args", " -a  -b ", {1, 0, 1}},
-                                       {"Extremes", "\t-x\t", {-2147483647 - 1, 2147483647, 0}}};
-
-    QVERIFY(window.SaveConfig());
-    const QByteArray expected =
-        "# A configuration out for the Nimbra Mobile Launcher.\n"
-        "# It makes it easy to start multiple instances with various command line\n"
-        "# options.\n"
-        "#\n"
-        "# Note that the arguments are just concatenated together, so start new\n"
-        "# arguments with a space in the string to avoid errors.\n"
-        "\n"
-        "$VERSION\t106\n"
-        "\n"
-        "[Profile]\n"
-        "\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
-        "\"Args\"\t\"[Resolution] 1 [PixelDensity] 0 [Input] 1 -a  -b\"\n"
-        "\"Extremes\"\t\"[Resolution] -2147483648 [PixelDensity] 2147483647 [Input] 0 -x\"\n"
-        "\n"
-        "[Resolution]\n"
-        "\"Emulator default\"\t\"\"\n"
-        "\"Phone (320x480)\"\t\" -windowsize 320x480\"\n"
-        "\n"
-        "[PixelDensity]\n"
-        "\"Gr\xc3\xb6\xc3\x9f"
-        "e\"\t\" -ppi 160\"\n"
-        "\n"
-        "[Input]\n"
-        "\"Touch\"\t\"\"\n"
-        "\"Tab\there\"\t\"back\\tslash\"\n"
-        "\n";
-    QCOMPARE(ReadBytes(UserConfigPath()), expected);
-}
-
-void LoadSaveTest::roundTrip_data()
-{
-    QTest::addColumn<QString>("source");
-
-    const QString quirky = m_files.filePath("quirky.ini");
-    QVERIFY(WriteText(quirky, "$VERSION 104\n"
-                              "[Profile]\n"
-                              "\"Spaced\"\t\"[Input] 1   -a    -b  [Resolution] 2\"\n"
-                              "\"Spaced\"\t\"\"\n"
-                              "\"Tab\\tname\"\t\"-x \\t\"\n"
-                              "[Other]\n"
-                              "\"after other\"\t\"v\"\n"
-                              "[Resolution]\n"
-                              "\"Quote\"\t\"say \"hi\"\"\n"
-                              "  # not a comment\n"
-                              "\"\"\t\"empty key\"\n"
-                              "[Input]\n"
-                              "\"Touch\"\t\"\"\n"));
-    QTest::newRow("shipped default file") << GetFileName(DefaultConfigFile);
-    QTest::newRow("quirky file") << quirky;
-}
-
-// What a load reads, a save and a second load read again, and the second save writes the
-// same bytes as the first.
-void LoadSaveTest::roundTrip()
-{
-    QFETCH(QString, source);
-    MainWindow window;
-    QVERIFY(window.LoadConfig(source, false));
-    const QList<Profile> profiles = WindowFixture::Profiles(window);
-    const QList<ConfigSection> options = WindowFixture::Sections(window).mid(1);
-
-    QVERIFY(window.SaveConfig());
-    const QByteArray saved = ReadBytes(UserConfigPath());
+    W::WatchUserFile(window);
     QVERIFY(window.LoadConfig(UserConfigPath(), true));
-    QCOMPARE(WindowFixture::Profiles(window), profiles);
-    QCOMPARE(WindowFixture::Sections(window).mid(1), options);
+    W::Profiles(window).append({"Mine", " -m", {}});
+
+    // Another launcher, also without the lock, saves in the meantime.
+    QList<ConfigSection> theirs = Config::NewSections();
+    Config::AddDefaultEntries(theirs);
+    Config::StoreProfiles(theirs, {{"Start", "", {}}, {"Theirs", " -t", {}}});
+    QVERIFY(Config::WriteFile(UserConfigPath(), theirs));
 
     QVERIFY(window.SaveConfig());
-    QCOMPARE(ReadBytes(UserConfigPath()), saved);
+    MainWindow restarted;
+    QCOMPARE(W::Names(W::Profiles(restarted)), (QStringList{"Start", "Theirs", "Mine"}));
 }
 
 QTEST_MAIN(LoadSaveTest)

@@ -24,100 +24,79 @@ class ProfileRulesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void renameFault_data();
-    void renameFault();
-    void duplicate_data();
-    void duplicate();
-    void move_data();
-    void move();
+    void renameFault()
+    {
+        const QList<Profile> profiles = Named({"Base", "Phone", "Tablet"});
+        QCOMPARE(RenameFault(profiles, 1, "Mobile"), NameFault::None);
+        QCOMPARE(RenameFault(profiles, 1, "Phone"), NameFault::None); // its own name
+        QCOMPARE(RenameFault(profiles, 1, "base"), NameFault::None);
+        QCOMPARE(RenameFault(profiles, 1, "   "), NameFault::None);
+        QCOMPARE(RenameFault(profiles, 1, "Base"), NameFault::Taken);
+        QCOMPARE(RenameFault(profiles, 1, ""), NameFault::Empty);
+        QCOMPARE(RenameFault(profiles, 1, "Phone \"HD\""), NameFault::Quote);
+        QCOMPARE(RenameFault(profiles, 1, "Phone\nHD"), NameFault::Unreadable);
+    }
+
+    void duplicate_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<QString>("copyName");
+        QTest::newRow("first copy") << QStringList{"Base", "Phone", "Tablet"} << 1 << "Phone copy";
+        QTest::newRow("copy taken, numbered from 2")
+            << QStringList{"Base", "Phone", "Phone copy"} << 1 << "Phone copy 2";
+        QTest::newRow("numbers taken elsewhere in the list")
+            << QStringList{"Phone copy 2", "Phone", "Phone copy", "Phone copy 3"} << 1
+            << "Phone copy 4";
+        QTest::newRow("copy of a copy")
+            << QStringList{"Base", "Phone copy"} << 1 << "Phone copy copy";
+    }
+
+    void duplicate()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(int, row);
+        QFETCH(QString, copyName);
+        QList<Profile> profiles = Named(names);
+        QList<Profile> expected = profiles;
+        Profile copy = profiles[row];
+        copy.name = copyName;
+        expected.insert(row + 1, copy);
+
+        QCOMPARE(DuplicateProfile(profiles, row), row + 1);
+        QCOMPARE(profiles, expected);
+    }
+
+    void move_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("delta");
+        QTest::addColumn<int>("target"); // -1: refused, nothing moves
+        QTest::newRow("down") << 1 << 1 << 2;
+        QTest::newRow("up") << 2 << -1 << 1;
+        QTest::newRow("two rows at once") << 3 << -2 << 1;
+        QTest::newRow("into the base row") << 1 << -1 << -1;
+        QTest::newRow("the base row down") << 0 << 1 << -1;
+        QTest::newRow("past the end") << 3 << 1 << -1;
+        QTest::newRow("row beyond the list") << 4 << -1 << -1;
+        QTest::newRow("no row") << -1 << 1 << -1;
+    }
+
+    void move()
+    {
+        QFETCH(int, row);
+        QFETCH(int, delta);
+        QFETCH(int, target);
+        QList<Profile> profiles = Named({"Base", "A", "B", "C"});
+        QList<Profile> expected = profiles;
+        if (target >= 0)
+            expected.move(row, target);
+
+        QCOMPARE(MoveTarget(profiles, row, delta), target);
+        QCOMPARE(MoveProfile(profiles, row, delta), target);
+        QCOMPARE(profiles, expected);
+    }
 };
-
-void ProfileRulesTest::renameFault_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<NameFault>("fault");
-    QTest::newRow("new name") << 1 << "Mobile" << NameFault::None;
-    QTest::newRow("its own name") << 1 << "Phone" << NameFault::None;
-    QTest::newRow("base profile renamed") << 0 << "Start" << NameFault::None;
-    QTest::newRow("other letter case") << 1 << "base" << NameFault::None;
-    QTest::newRow("blanks only") << 1 << "   " << NameFault::None;
-    QTest::newRow("tab character") << 1 << "a\tb" << NameFault::None;
-    QTest::newRow("another profile's name") << 1 << "Base" << NameFault::Taken;
-    QTest::newRow("empty") << 1 << "" << NameFault::Empty;
-    QTest::newRow("double quote") << 1 << "Phone \"HD\"" << NameFault::Quote;
-    QTest::newRow("line break") << 1 << "Phone\nHD" << NameFault::Unreadable;
-}
-
-void ProfileRulesTest::renameFault()
-{
-    QFETCH(int, row);
-    QFETCH(QString, name);
-    QFETCH(NameFault, fault);
-    QCOMPARE(RenameFault(Named({"Base", "Phone", "Tablet"}), row, name), fault);
-}
-
-void ProfileRulesTest::duplicate_data()
-{
-    QTest::addColumn<QStringList>("names");
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QString>("copyName");
-    QTest::newRow("first copy") << QStringList{"Base", "Phone", "Tablet"} << 1 << "Phone copy";
-    QTest::newRow("base profile") << QStringList{"Base", "Phone"} << 0 << "Base copy";
-    QTest::newRow("last row") << QStringList{"Base", "Phone"} << 1 << "Phone copy";
-    QTest::newRow("copy taken, numbered from 2")
-        << QStringList{"Base", "Phone", "Phone copy"} << 1 << "Phone copy 2";
-    QTest::newRow("numbers taken elsewhere in the list")
-        << QStringList{"Phone copy 2", "Phone", "Phone copy", "Phone copy 3"} << 1
-        << "Phone copy 4";
-    QTest::newRow("copy of a copy") << QStringList{"Base", "Phone copy"} << 1 << "Phone copy copy";
-}
-
-void ProfileRulesTest::duplicate()
-{
-    QFETCH(QStringList, names);
-    QFETCH(int, row);
-    QFETCH(QString, copyName);
-    QList<Profile> profiles = Named(names);
-    QList<Profile> expected = profiles;
-    Profile copy = profiles[row];
-    copy.name = copyName;
-    expected.insert(row + 1, copy);
-
-    QCOMPARE(DuplicateProfile(profiles, row), row + 1);
-    QCOMPARE(profiles, expected);
-}
-
-void ProfileRulesTest::move_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<int>("delta");
-    QTest::addColumn<int>("target"); // -1: refused, nothing moves
-    QTest::newRow("down") << 1 << 1 << 2;
-    QTest::newRow("up") << 2 << -1 << 1;
-    QTest::newRow("onto the last row") << 2 << 1 << 3;
-    QTest::newRow("two rows at once") << 3 << -2 << 1;
-    QTest::newRow("into the base row") << 1 << -1 << -1;
-    QTest::newRow("the base row down") << 0 << 1 << -1;
-    QTest::newRow("past the end") << 3 << 1 << -1;
-    QTest::newRow("row beyond the list") << 4 << -1 << -1;
-    QTest::newRow("no row") << -1 << 1 << -1;
-}
-
-void ProfileRulesTest::move()
-{
-    QFETCH(int, row);
-    QFETCH(int, delta);
-    QFETCH(int, target);
-    QList<Profile> profiles = Named({"Base", "A", "B", "C"});
-    QList<Profile> expected = profiles;
-    if (target >= 0)
-        expected.move(row, target);
-
-    QCOMPARE(MoveTarget(profiles, row, delta), target);
-    QCOMPARE(MoveProfile(profiles, row, delta), target);
-    QCOMPARE(profiles, expected);
-}
 
 QTEST_MAIN(ProfileRulesTest)
 #include "tst_profilerules.moc"

@@ -1,15 +1,17 @@
+// The single-instance class driven through real processes: copies of a helper at private
+// paths (one identity per folder), the launcher itself, and this test program as an instance.
 #include "qtsingleapplication.h"
 #include "testenv.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLockFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidget>
 
+#include <algorithm>
 #include <memory>
 
 #include <signal.h>
@@ -56,29 +58,28 @@ class SingleInstanceTest : public QObject
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_runDir;
 
-    // Each test's helper copies live in a fresh folder, so their identities are its own.
     QString CopyHelper(const QString& folder)
     {
-        const QString copy = m_dir->filePath(folder + QStringLiteral("/singleinstance_helper"));
+        const QString copy = m_dir->filePath(folder + "/singleinstance_helper");
         QDir().mkpath(QFileInfo(copy).absolutePath());
-        return QFile::copy(QStringLiteral(SINGLEINSTANCE_HELPER), copy) ? copy : QString();
+        return QFile::copy(SINGLEINSTANCE_HELPER, copy) ? copy : QString();
     }
 
+    // A child of the test, killed by cleanup(), so no test leaves a process running.
     QProcess* Start(const QString& program, const QStringList& arguments = {},
-                    const QString& dataHome = {})
+                    const QString& dataHome = {}, const QString& runDir = {})
     {
-        // A child of the test, killed by cleanup(), so no test leaves a process running.
-        auto& process = *new QProcess(this);
+        auto* process = new QProcess(this);
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runDir);
-        env.insert(QStringLiteral("TMPDIR"), m_runDir);
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        env.insert("XDG_RUNTIME_DIR", runDir.isEmpty() ? m_runDir : runDir);
+        env.insert("TMPDIR", runDir.isEmpty() ? m_runDir : runDir);
+        env.insert("QT_QPA_PLATFORM", "offscreen");
         if (!dataHome.isEmpty())
-            env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
-        process.setProcessEnvironment(env);
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(program, arguments);
-        return &process;
+            env.insert("XDG_DATA_HOME", dataHome);
+        process->setProcessEnvironment(env);
+        process->setProcessChannelMode(QProcess::MergedChannels);
+        process->start(program, arguments);
+        return process;
     }
 
     QProcess* StartPrimary(const QString& program)
@@ -87,16 +88,17 @@ class SingleInstanceTest : public QObject
         return WaitForLine(*process, "primary") ? process : nullptr;
     }
 
-    QProcess* RunToEnd(const QString& program, const QStringList& arguments = {})
+    int ExitCode(const QString& program, const QStringList& arguments = {})
     {
         QProcess* process = Start(program, arguments);
-        Finished(*process);
-        return process;
+        return Finished(*process) && process->exitStatus() == QProcess::NormalExit
+                   ? process->exitCode()
+                   : -1;
     }
 
     QString LockPath() const
     {
-        return QDir(m_runDir).entryInfoList({QStringLiteral("*.lock")}).value(0).filePath();
+        return QDir(m_runDir).entryInfoList({"*.lock"}).value(0).filePath();
     }
 
 private slots:
@@ -106,24 +108,27 @@ private slots:
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        m_runDir = m_dir->filePath(QStringLiteral("run"));
+        m_runDir = m_dir->filePath("run");
         QVERIFY(QDir().mkpath(m_runDir));
         // As private as a real runtime folder, or Qt complains about it.
         QVERIFY(QFile::setPermissions(m_runDir,
                                       QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
 
-    void secondStartIsConfirmed()
+    // Copies at other paths are other instances; the message goes only to its own.
+    void secondStartMessagesItsOwnPrimary()
     {
-        const QString helper = CopyHelper(QStringLiteral("a"));
-        QProcess* primary = StartPrimary(helper);
-        QVERIFY(primary);
+        QProcess* primaryA = StartPrimary(CopyHelper("a"));
+        QVERIFY(primaryA);
+        const QString helperB = CopyHelper("b");
+        QProcess* primaryB = StartPrimary(helperB);
+        QVERIFY(primaryB);
         // An empty text (the launcher's own message) must be framed as well as a real one.
         for (const QString& text : {QStringLiteral("wake up"), QString()}) {
-            QProcess* second = RunToEnd(helper, {text});
-            QCOMPARE(second->exitCode(), 0);
-            QVERIFY(WaitForLine(*primary, "message:" + text.toUtf8()));
+            QCOMPARE(ExitCode(helperB, {text}), 0);
+            QVERIFY(WaitForLine(*primaryB, "message:" + text.toUtf8()));
         }
+        QVERIFY(!primaryA->waitForReadyRead(200));
     }
 
     void staleStateIsTakenOver_data()
@@ -138,7 +143,7 @@ private slots:
     void staleStateIsTakenOver()
     {
         QFETCH(QByteArray, lockText);
-        const QString helper = CopyHelper(QStringLiteral("a"));
+        const QString helper = CopyHelper("a");
         QProcess* killed = StartPrimary(helper);
         QVERIFY(killed);
         killed->kill();
@@ -150,22 +155,22 @@ private slots:
 
         QProcess* primary = StartPrimary(helper);
         QVERIFY(primary);
-        QCOMPARE(RunToEnd(helper)->exitCode(), 0);
+        QCOMPARE(ExitCode(helper), 0);
         QVERIFY(WaitForLine(*primary, "message:hello"));
     }
 
     void frozenPrimaryMakesSecondStartFail()
     {
-        const QString helper = CopyHelper(QStringLiteral("a"));
+        const QString helper = CopyHelper("a");
         QProcess* primary = StartPrimary(helper);
         QVERIFY(primary);
         QCOMPARE(::kill(pid_t(primary->processId()), SIGSTOP), 0);
         QElapsedTimer timer;
         timer.start();
-        QProcess* second = RunToEnd(helper);
+        const int status = ExitCode(helper);
         const qint64 elapsed = timer.elapsed();
         QCOMPARE(::kill(pid_t(primary->processId()), SIGCONT), 0);
-        QCOMPARE(second->exitCode(), 1);
+        QCOMPARE(status, 1);
         // It waited for the answer the whole 5000 ms time-out rather than giving up early.
         QVERIFY2(elapsed >= 4500, qPrintable(QString::number(elapsed)));
     }
@@ -175,11 +180,11 @@ private slots:
     // start waits for it rather than taking its place.
     void quitPrimaryFreesItsPlaceForALateListener()
     {
-        const QString helper = CopyHelper(QStringLiteral("a"));
+        const QString helper = CopyHelper("a");
         QProcess* earlier = StartPrimary(helper);
         QVERIFY(earlier);
         QLockFile lock(LockPath());
-        QCOMPARE(RunToEnd(helper, {QStringLiteral("quit")})->exitCode(), 0);
+        QCOMPARE(ExitCode(helper, {"quit"}), 0);
         QVERIFY(Finished(*earlier));
         QCOMPARE(earlier->exitCode(), 0);
         QCOMPARE(EntriesIn(m_runDir), QStringList());
@@ -195,27 +200,41 @@ private slots:
         QVERIFY(WaitForLine(*primary, "message:hello"));
     }
 
-    void copiesAtDifferentPathsRunSideBySide()
+    // With runtime and temporary folders too deep for any lock path (PATH_MAX 4096; nothing
+    // can be created there, even by root), the data folder holds the lock; with that too
+    // deep, each start runs alone and says so.
+    void lockFallsBackToTheDataFolder()
     {
-        QProcess* primaryA = StartPrimary(CopyHelper(QStringLiteral("a")));
-        QVERIFY(primaryA);
-        const QString helperB = CopyHelper(QStringLiteral("b"));
-        QProcess* primaryB = StartPrimary(helperB);
-        QVERIFY(primaryB);
-        QCOMPARE(RunToEnd(helperB)->exitCode(), 0);
-        QVERIFY(WaitForLine(*primaryB, "message:hello"));
-        QVERIFY(!primaryA->waitForReadyRead(200));
+        QString deep = m_dir->path();
+        while (deep.size() < 4080)
+            deep += u'/' + QString(std::min<qsizetype>(200, 4079 - deep.size()), u'd');
+        QVERIFY(QDir().mkpath(deep));
+        const QString helper = CopyHelper("a");
+        const QString dataHome = m_dir->filePath("data");
+
+        QProcess* primary = Start(helper, {}, dataHome, deep);
+        QVERIFY(WaitForLine(*primary, "primary"));
+        QCOMPARE(QDir(dataHome + "/Nimbra Mobile").entryList({"*.lock"}).size(), 1);
+        QProcess* second = Start(helper, {}, dataHome, deep);
+        QVERIFY(WaitForLine(*second, "secondary"));
+        QVERIFY(WaitForLine(*primary, "message:hello"));
+
+        for (int i = 0; i < 2; ++i) {
+            QProcess* alone = Start(helper, {}, deep, deep);
+            QVERIFY(WaitForLine(
+                *alone, "nimbra-mobile-launcher: no folder can hold the single-instance lock"));
+            QVERIFY(WaitForLine(*alone, "primary"));
+        }
     }
 
     void launcherSecondStartShowsNothing()
     {
-        const QString launcher = QStringLiteral(LAUNCHER_EXECUTABLE);
-        QProcess* first = Start(launcher);
+        QProcess* first = Start(LAUNCHER_EXECUTABLE);
         // The window traces its file lookups while it loads, after the instance is claimed.
         QVERIFY(WaitForLine(*first, "GetFileName("));
 
-        const QString data = m_dir->filePath(QStringLiteral("data"));
-        QProcess* second = Start(launcher, {}, data);
+        const QString data = m_dir->filePath("data");
+        QProcess* second = Start(LAUNCHER_EXECUTABLE, {}, data);
         QVERIFY(Finished(*second));
         QCOMPARE(second->exitCode(), 0);
         // No lookup means no window and no configuration read.
@@ -225,7 +244,7 @@ private slots:
     }
 
     // This test program is an instance itself; a later start of it ("--send") sends the
-    // message.
+    // message, handled in the same event as its confirmation.
     void minimisedWindowIsRestoredOnMessage()
     {
         auto* app = qobject_cast<QtSingleApplication*>(QCoreApplication::instance());
@@ -235,11 +254,8 @@ private slots:
         window.setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
         app->setActivationWindow(&window);
 
-        // The message is handled in the same event as its confirmation, so by the time the
-        // sender is done the window has been restored.
         QProcess sender;
-        sender.start(QCoreApplication::applicationFilePath(),
-                     {QStringLiteral("--send"), QStringLiteral("wake")});
+        sender.start(QCoreApplication::applicationFilePath(), {"--send", "wake"});
         QTRY_VERIFY_WITH_TIMEOUT(sender.state() == QProcess::NotRunning, kWaitMs);
         QCOMPARE(sender.exitCode(), 0);
         QCOMPARE(window.windowState(), Qt::WindowStates(Qt::WindowMaximized));
@@ -252,8 +268,7 @@ int main(int argc, char** argv)
         QtSingleApplication app(argc, argv);
         return app.isRunning() && app.sendMessage(QString::fromLocal8Bit(argv[2]), 5000) ? 0 : 1;
     }
-    // This process is an instance of its own; its lock and socket stay in a private folder
-    // that the "--send" starts inherit.
+    // Its lock and socket stay in a private folder that the "--send" starts inherit.
     QTemporaryDir runtime;
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
     QtSingleApplication app(argc, argv);

@@ -49,20 +49,19 @@ public:
         window.m_argumentsEdit->setText(profile.arguments);
     }
 
-    // The texts the profile list and a combo box show, and what the model says they should.
-    static QStringList Rows(const MainWindow& window)
+    // Whether the profile list and the combo boxes show what the model holds.
+    static bool InStep(const MainWindow& window)
     {
-        QStringList rows;
-        for (int i = 0; i < window.m_profileList->count(); ++i)
-            rows.append(window.m_profileList->item(i)->text());
-        return rows;
-    }
-    static QStringList Items(const MainWindow& window, OptionKind kind)
-    {
-        QStringList items;
-        for (int i = 0; i < ComboBox(window, kind)->count(); ++i)
-            items.append(ComboBox(window, kind)->itemText(i));
-        return items;
+        bool same = window.m_profileList->count() == window.m_profiles.size();
+        for (int i = 0; same && i < window.m_profiles.size(); ++i)
+            same = window.m_profileList->item(i)->text() == window.m_profiles[i].name;
+        for (const OptionKind kind : AllOptionKinds) {
+            const QList<OptionEntry>& entries = window.m_sections[SectionIndex(kind)].entries;
+            same = same && ComboBox(window, kind)->count() == entries.size();
+            for (int i = 0; same && i < entries.size(); ++i)
+                same = ComboBox(window, kind)->itemText(i) == entries[i].key;
+        }
+        return same;
     }
     static QStringList Names(const QList<Profile>& profiles)
     {
@@ -70,13 +69,6 @@ public:
         for (const Profile& profile : profiles)
             names.append(profile.name);
         return names;
-    }
-    static QStringList Keys(const ConfigSection& section)
-    {
-        QStringList keys;
-        for (const OptionEntry& entry : section.entries)
-            keys.append(entry.key);
-        return keys;
     }
 
     // The command preview and the profile list's menu.
