@@ -153,14 +153,28 @@ int ListProfiles(const Options& options)
     return ExitStatus::Ok;
 }
 
+namespace {
+
+// Loads the model and finds the profile the first word names. On failure *status is the exit
+// status and the result negative.
+int LoadNamedProfile(const Options& options, ConfigModel& model, int* status)
+{
+    *status = ExitStatus::Failed;
+    if (!LoadForReading(options, model))
+        return -1;
+    *status = ExitStatus::BadUsage;
+    return FindOrExplain(model.profiles, options.words.constFirst());
+}
+
+} // namespace
+
 int ShowCommand(const Options& options)
 {
     ConfigModel model;
-    if (!LoadForReading(options, model))
-        return ExitStatus::Failed;
-    const int row = FindOrExplain(model.profiles, options.words.constFirst());
+    int status = 0;
+    const int row = LoadNamedProfile(options, model, &status);
     if (row < 0)
-        return ExitStatus::BadUsage;
+        return status;
     Print(CommandFor(model, row).command + u'\n');
     return ExitStatus::Ok;
 }
@@ -168,11 +182,10 @@ int ShowCommand(const Options& options)
 int LaunchProfile(const Options& options)
 {
     ConfigModel model;
-    if (!LoadForReading(options, model))
-        return ExitStatus::Failed;
-    const int row = FindOrExplain(model.profiles, options.words.constFirst());
+    int status = 0;
+    const int row = LoadNamedProfile(options, model, &status);
     if (row < 0)
-        return ExitStatus::BadUsage;
+        return status;
     LaunchCommand launch = CommandFor(model, row);
     // Handed over as they came, not through the command string, so the shell's quoting holds.
     launch.arguments += options.words.mid(1);
