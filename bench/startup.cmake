@@ -28,6 +28,10 @@ set(bench_app "${CMAKE_CURRENT_BINARY_DIR}/Bench App.app/Contents")
 qt_add_executable(launcher_startup)
 target_link_libraries(launcher_startup PRIVATE launchermain launcherui startupprobe)
 set_target_properties(launcher_startup PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${bench_app}/MacOS")
+# Its single-instance module loads from the app folder, as the launcher's does.
+add_custom_command(TARGET launcher_startup POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E make_directory "${bench_app}/PlugIns"
+    COMMAND ${CMAKE_COMMAND} -E copy "$<TARGET_FILE:nimbra-mobile-instance>" "${bench_app}/PlugIns/")
 set(default_ini "${bench_app}/Resources/LauncherDefault.ini")
 configure_file("${PROJECT_SOURCE_DIR}/resources/LauncherDefault.ini" "${default_ini}" COPYONLY)
 

@@ -95,7 +95,8 @@ ChildRun RunChild(const QString& program, const QStringList& arguments,
     // the parent can sleep in poll() instead of polling wait4() while the child works.
     bool gotLine = false;
     bool timedOut = false;
-    char buffer[256];
+    // Large reads: a child that prints a lot must not be timed by how slowly it is read.
+    static char buffer[64 * 1024];
     while (true) {
         pollfd fd{pipeFds[0], POLLIN, 0};
         const int remaining = timeoutMs - int(MsSince(start));

@@ -39,10 +39,20 @@ bool LoadDefaults(ConfigModel& model, const QString& instead)
     return false;
 }
 
+namespace {
+
+// The file a reading command works on: the one named, else the user's.
+QString ReadPath(const Options& options)
+{
+    return options.file.isEmpty() ? GetFileName(UserConfigFile) : options.file;
+}
+
+} // namespace
+
 bool LoadForReading(const Options& options, ConfigModel& model)
 {
     const bool named = !options.file.isEmpty();
-    const QString path = named ? options.file : GetFileName(UserConfigFile);
+    const QString path = ReadPath(options);
     qint32 version = 0;
     switch (ReadModel(path, model, &version)) {
     case ReadResult::Loaded:
@@ -139,6 +149,18 @@ QStringList CloseNames(const QStringList& names, const QString& name)
 
 int ListProfiles(const Options& options)
 {
+    // Names alone need no model: the common case streams them from the file.
+    if (!options.longList) {
+        QByteArray names;
+        const auto append = [&names](const QString& name) {
+            names += name.toUtf8();
+            names += '\n';
+        };
+        if (ReadProfileNames(ReadPath(options), append)) {
+            std::fwrite(names.constData(), 1, size_t(names.size()), stdout);
+            return ExitStatus::Ok;
+        }
+    }
     ConfigModel model;
     if (!LoadForReading(options, model))
         return ExitStatus::Failed;

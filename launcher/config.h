@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 
 class QComboBox;
@@ -75,6 +76,14 @@ qint32 ReadText(const QString& text, QList<ConfigSection>& sections);
 // Reads the file at fileName (text mode, the text stream's default encoding) into four new
 // sections; false when it can't be opened, leaving sections untouched.
 bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version);
+
+// Receives each entry as the reader completes it, with its section's index.
+using EntrySink = std::function<void(int section, OptionEntry&& entry)>;
+
+// ReadFile's reading, ReadChunkBytes at a time, handing each entry to sink instead of keeping
+// it: a reader that needs only some of the file touches no memory for the rest.
+constexpr qsizetype ReadChunkBytes = 64 * 1024;
+bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version);
 
 // Gives every empty section one "Default" entry with an empty value.
 void AddDefaultEntries(QList<ConfigSection>& sections);

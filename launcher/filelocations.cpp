@@ -14,12 +14,17 @@ QString& ApplicationDirOverride()
 }
 
 // The app folder is laid out like a macOS bundle on every platform: the executable sits in
-// Contents/MacOS and everything it ships in Contents/Resources.
-QString ResourcePath(const QString& name)
+// Contents/MacOS, what it ships in Contents/Resources and its modules in Contents/PlugIns.
+QString ContentsPath(const QString& path)
 {
     const QString& override = ApplicationDirOverride();
     const QString macos = override.isEmpty() ? QCoreApplication::applicationDirPath() : override;
-    return QDir(macos + QStringLiteral("/../Resources/") + name).absolutePath();
+    return QDir(macos + QStringLiteral("/../") + path).absolutePath();
+}
+
+QString ResourcePath(const QString& name)
+{
+    return ContentsPath(QStringLiteral("Resources/") + name);
 }
 
 } // namespace
@@ -50,6 +55,11 @@ QString ResolveFileName(int kind)
         break;
     }
     return result;
+}
+
+QString InstanceModulePath()
+{
+    return ContentsPath(QStringLiteral("PlugIns/libnimbra-mobile-instance.so"));
 }
 
 QString GetFileName(int kind)

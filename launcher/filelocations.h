@@ -17,6 +17,9 @@ QString GetFileName(int kind);
 // records lookups that the launcher acts on.
 QString ResolveFileName(int kind);
 
+// The single-instance module, in the app folder's Contents/PlugIns.
+QString InstanceModulePath();
+
 // Tests only: resolve the app folder's files as if the executable sat in macosFolder (a
 // Contents/MacOS folder of a fixture app folder). An empty path restores the real one.
 void SetApplicationDirForTesting(const QString& macosFolder);

@@ -19,6 +19,20 @@ ReadResult ReadModel(const QString& fileName, ConfigModel& model, qint32* versio
     return accepted ? ReadResult::Loaded : ReadResult::Outdated;
 }
 
+bool ReadProfileNames(const QString& fileName, const std::function<void(const QString&)>& onName)
+{
+    bool named = false;
+    qint32 version = 0;
+    const auto sink = [&](int section, OptionEntry&& entry) {
+        if (section == Config::ProfileSection) {
+            named = true;
+            onName(entry.key);
+        }
+    };
+    return Config::ReadFileEntries(fileName, sink, &version) && named &&
+           Config::IsAcceptedVersion(version);
+}
+
 ConfigModel ExtractProfiles(const ConfigModel& model, const QList<int>& rows)
 {
     ConfigModel result;

@@ -17,6 +17,11 @@ enum class ReadResult { Loaded, Unreadable, Outdated };
 // holds what an out-of-date default file gives (one "Default" entry per section, one profile).
 ReadResult ReadModel(const QString& fileName, ConfigModel& model, qint32* version = nullptr);
 
+// The profile names of fileName in file order, as ReadModel would give them, to onName without
+// building the model. True only when the file loads as it stands and names a profile; on false
+// (where ReadModel's fallbacks apply) onName may already have seen some names.
+bool ReadProfileNames(const QString& fileName, const std::function<void(const QString&)>& onName);
+
 // A model holding the profiles at rows, in that order, and only the option entries they choose
 // (in their old order, renumbered). A choice outside its section becomes -1, which still
 // chooses nothing.

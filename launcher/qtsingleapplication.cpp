@@ -2,34 +2,39 @@
 
 #include "instance.h"
 
-#include <QDataStream>
-#include <QDeadlineTimer>
+#include "filelocations.h"
+#include "instancechannel.h"
+
 #include <QDir>
 #include <QFileInfo>
-#include <QLocalServer>
-#include <QLocalSocket>
+#include <QLibrary>
 #include <QLockFile>
-#include <QThread>
+#include <QTimer>
 #include <QWidget>
+#include <QWindow>
 
-#include <algorithm>
 #include <cstdio>
 
 namespace {
 
-// Both ends are the same program, but a fixed version keeps the frame independent of Qt's default.
-constexpr QDataStream::Version kStreamVersion = QDataStream::Qt_6_0;
-const char kAck = '\x06';
 // Connecting to a local socket either succeeds or fails at once; this only bounds the odd case.
 constexpr int kProbeMs = 250;
-constexpr qint64 kRetryMs = 50;
-
-int Remaining(const QDeadlineTimer& deadline)
-{
-    return deadline.isForever() ? -1 : int(deadline.remainingTime());
-}
+// A window that is never exposed (started minimised, say) must not keep later starts out.
+constexpr int kListenAtLatestMs = 500;
 
 } // namespace
+
+std::unique_ptr<InstanceChannel> LoadInstanceChannel(QString* error)
+{
+    QLibrary module(InstanceModulePath());
+    const auto create =
+        reinterpret_cast<CreateInstanceChannelFunction>(module.resolve("CreateInstanceChannel"));
+    if (!create) {
+        *error = module.errorString();
+        return nullptr;
+    }
+    return std::unique_ptr<InstanceChannel>(create());
+}
 
 QtSingleApplication::QtSingleApplication(int& argc, char** argv, bool GUIenabled)
     : QApplication(argc, argv)
@@ -60,7 +65,8 @@ bool QtSingleApplication::isRunning()
     if (m_role == Role::Unknown) {
         m_role = TryLock() ? Role::Primary : Role::Secondary;
         if (m_role == Role::Primary)
-            Listen();
+            QMetaObject::invokeMethod(this, &QtSingleApplication::ListenOnceShown,
+                                      Qt::QueuedConnection);
     }
     return m_role == Role::Secondary;
 }
@@ -114,88 +120,68 @@ QtSingleApplication::LockResult QtSingleApplication::TryLockHere()
     return m_lock->tryLock() ? LockResult::Taken : LockResult::Held;
 }
 
-bool QtSingleApplication::ServerAnswers() const
+bool QtSingleApplication::ServerAnswers()
 {
-    QLocalSocket socket;
-    socket.connectToServer(m_serverPath);
-    return socket.waitForConnected(kProbeMs);
+    InstanceChannel* channel = Channel();
+    return channel && channel->ServerAnswers(m_serverPath, kProbeMs);
+}
+
+InstanceChannel* QtSingleApplication::Channel()
+{
+    if (!m_channel) {
+        QString error;
+        m_channel = LoadInstanceChannel(&error);
+        if (!m_channel)
+            std::fprintf(stderr,
+                         "nimbra-mobile-launcher: cannot load the single-instance "
+                         "module: %s\n",
+                         qPrintable(error));
+    }
+    return m_channel.get();
+}
+
+// Runs from the event loop, so the activation window, if any, is set and shown by now: its
+// first paint comes before the module is loaded.
+void QtSingleApplication::ListenOnceShown()
+{
+    QWindow* window = m_window ? m_window->windowHandle() : nullptr;
+    if (window && window->isVisible() && !window->isExposed()) {
+        window->installEventFilter(this);
+        QTimer::singleShot(kListenAtLatestMs, this, &QtSingleApplication::Listen);
+        return;
+    }
+    Listen();
+}
+
+bool QtSingleApplication::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Expose && static_cast<QWindow*>(watched)->isExposed()) {
+        watched->removeEventFilter(this);
+        // Queued, so the window paints first.
+        QMetaObject::invokeMethod(this, &QtSingleApplication::Listen, Qt::QueuedConnection);
+    }
+    return QApplication::eventFilter(watched, event);
 }
 
 void QtSingleApplication::Listen()
 {
-    m_server = std::make_unique<QLocalServer>();
-    connect(m_server.get(), &QLocalServer::newConnection, this,
-            &QtSingleApplication::OnNewConnection);
+    if (m_listening)
+        return;
+    m_listening = true;
+    InstanceChannel* channel = Channel();
     // Holding the lock, a socket already in place was left by an instance that was killed.
     // Without it (no writable folder) the socket may be a live instance's: leave it alone.
-    if (!m_server->listen(m_serverPath) && m_lock->isLocked()) {
-        QLocalServer::removeServer(m_serverPath);
-        m_server->listen(m_serverPath);
-    }
-}
-
-void QtSingleApplication::OnNewConnection()
-{
-    while (QLocalSocket* socket = m_server->nextPendingConnection()) {
-        connect(socket, &QLocalSocket::readyRead, this, [this, socket] { OnReadyRead(socket); });
-        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-    }
-}
-
-void QtSingleApplication::OnReadyRead(QLocalSocket* socket)
-{
-    QDataStream in(socket);
-    in.setVersion(kStreamVersion);
-    in.startTransaction();
-    QString message;
-    in >> message;
-    if (!in.commitTransaction()) {
-        // An incomplete frame waits for more data; a corrupt one will never make sense.
-        if (in.status() == QDataStream::ReadCorruptData)
-            socket->abort();
-        return;
-    }
-    // Confirm before reacting, so the later start does not wait on whatever the reaction does.
-    socket->write(&kAck, 1);
-    socket->flush();
-    emit messageReceived(message);
+    if (channel)
+        channel->Listen(m_serverPath, m_lock->isLocked(),
+                        [this](const QString& message) { emit messageReceived(message); });
 }
 
 bool QtSingleApplication::sendMessage(const QString& message, int timeout)
 {
     if (!isRunning())
         return false;
-
-    const QDeadlineTimer deadline(timeout);
-    QLocalSocket socket;
-    // The running instance takes its lock before it listens, so it may not be listening yet.
-    for (;;) {
-        socket.connectToServer(m_serverPath);
-        if (socket.waitForConnected(Remaining(deadline)))
-            break;
-        if (deadline.hasExpired())
-            return false;
-        const qint64 left = deadline.remainingTime();
-        QThread::msleep(left < 0 ? kRetryMs : std::min(kRetryMs, left));
-    }
-
-    QByteArray frame;
-    QDataStream out(&frame, QIODevice::WriteOnly);
-    out.setVersion(kStreamVersion);
-    out << message;
-    socket.write(frame);
-    while (socket.bytesToWrite() > 0) {
-        if (!socket.waitForBytesWritten(Remaining(deadline)))
-            return false;
-    }
-    // A frozen instance still accepts connections at the socket level; only its answer shows
-    // that it is alive.
-    while (socket.bytesAvailable() < 1) {
-        if (!socket.waitForReadyRead(Remaining(deadline)))
-            return false;
-    }
-    char answer = 0;
-    return socket.getChar(&answer) && answer == kAck;
+    InstanceChannel* channel = Channel();
+    return channel && channel->Send(m_serverPath, message, timeout);
 }
 
 void QtSingleApplication::setActivationWindow(QWidget* window, bool activateOnMessage)

@@ -7,13 +7,13 @@
 
 #include <memory>
 
-class QLocalServer;
-class QLocalSocket;
+class InstanceChannel;
 class QLockFile;
 class QWidget;
 
 // One running instance per user and installed executable. The first instance holds a lock
-// file and listens on a local socket; a later start sends it a message and ends.
+// file and listens on a local socket once its window is up; a later start sends it a message
+// and ends.
 class QtSingleApplication : public QApplication
 {
     Q_OBJECT
@@ -38,6 +38,9 @@ public slots:
 signals:
     void messageReceived(const QString& message);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     enum class Role { Unknown, Primary, Secondary };
     enum class LockResult { Taken, Held, Unusable };
@@ -45,18 +48,19 @@ private:
     bool TryLock();
     void UsePaths(const InstancePaths& paths);
     LockResult TryLockHere();
-    bool ServerAnswers() const;
+    bool ServerAnswers();
+    InstanceChannel* Channel();
+    void ListenOnceShown();
     void Listen();
-    void OnNewConnection();
-    void OnReadyRead(QLocalSocket* socket);
 
     Role m_role = Role::Unknown;
     bool m_withoutLock = false;
     QList<InstancePaths> m_candidates;
     QString m_lockPath;
     QString m_serverPath;
-    // Declared before the server so the socket is gone before the lock is released.
+    bool m_listening = false;
+    // Declared before the channel so the socket is gone before the lock is released.
     std::unique_ptr<QLockFile> m_lock;
-    std::unique_ptr<QLocalServer> m_server;
+    std::unique_ptr<InstanceChannel> m_channel;
     QPointer<QWidget> m_window;
 };

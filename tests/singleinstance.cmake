@@ -9,3 +9,7 @@ target_compile_definitions(tst_singleinstance PRIVATE
     SINGLEINSTANCE_HELPER="$<TARGET_FILE:singleinstance_helper>"
     LAUNCHER_EXECUTABLE="$<TARGET_FILE:nimbra-mobile-launcher>")
 add_dependencies(tst_singleinstance singleinstance_helper nimbra-mobile-launcher)
+# Both run outside an app folder: they load the single-instance module from the build's.
+foreach(program singleinstance_helper tst_singleinstance)
+    target_compile_definitions(${program} PRIVATE LAUNCHER_MACOS_DIR="${LAUNCHER_MACOS_DIR}")
+endforeach()

@@ -43,6 +43,11 @@ QString UseFixtureAppFolder(bool withShippedFiles)
                         resources + u'/' + QLatin1String(name));
         QFile::link(StandInEmulator(), emulator + QStringLiteral("/Nimbra Mobile"));
     }
+    // Single instance loads its module from the app folder.
+    const QString plugins = app + QStringLiteral("/Contents/PlugIns");
+    if (QDir().mkpath(plugins))
+        QFile::link(QStringLiteral(INSTANCE_MODULE),
+                    plugins + QStringLiteral("/") + QFileInfo(INSTANCE_MODULE).fileName());
     SetApplicationDirForTesting(macos);
     return macos;
 }

@@ -29,6 +29,8 @@ class ConfigFormatTest : public QObject
 private slots:
     void reading_data();
     void reading();
+    void chunkBoundaries_data();
+    void chunkBoundaries();
     void versionLines_data();
     void versionLines();
     void profileValueWalk_data();
@@ -82,6 +84,44 @@ void ConfigFormatTest::reading()
     QCOMPARE(sections.size(), entries.size());
     for (int s = 0; s < sections.size(); ++s)
         QCOMPARE(sections[s].entries, entries[s]);
+}
+
+void ConfigFormatTest::chunkBoundaries_data()
+{
+    QTest::addColumn<bool>("utf16");
+    QTest::newRow("UTF-8 with CRLF") << false;
+    QTest::newRow("UTF-16 with byte-order mark") << true;
+}
+
+// Files are read a chunk at a time: entries that need their exact line, and characters of
+// several bytes, read the same wherever a chunk ends.
+void ConfigFormatTest::chunkBoundaries()
+{
+    QFETCH(bool, utf16);
+    QList<ConfigSection> written = Config::NewSections();
+    written[1].entries = {{"say \"hi\" – größer", " -a \"b c\""}, {"€", "x"}};
+    written[3].entries = {{"", "empty key"}};
+    const qsizetype unit = utf16 ? 2 : 1;
+    const auto encode = [utf16](QString text) {
+        return utf16 ? QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2)
+                     : text.replace('\n', "\r\n").toUtf8();
+    };
+    const QString tail = Config::FormatText(written);
+    // A full chunk after it, so the next read overwrites the whole buffer.
+    const QByteArray end = encode(tail) + encode('#' + QString(Config::ReadChunkBytes, ' ') + '\n');
+    QTemporaryDir dir;
+    const QString path = dir.filePath("Launcher.ini");
+    for (qsizetype shift = tail.indexOf("[Resolution]"); shift <= tail.size(); ++shift) {
+        const QString padding =
+            '#' + QString(Config::ReadChunkBytes / unit - shift - 2, ' ') + '\n';
+        const QByteArray bytes =
+            (utf16 ? QByteArray("\xff\xfe") : QByteArray()) + encode(padding) + end;
+        QList<ConfigSection> read;
+        qint32 version = 0;
+        QVERIFY(WriteText(path, bytes) && Config::ReadFile(path, read, &version));
+        for (int s = 1; s < Config::SectionCount; ++s)
+            QCOMPARE(read[s].entries, written[s].entries);
+    }
 }
 
 void ConfigFormatTest::versionLines_data()

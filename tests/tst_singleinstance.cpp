@@ -1,9 +1,11 @@
 // The single-instance class driven through real processes: copies of a helper at private
 // paths (one identity per folder), the launcher itself, and this test program as an instance.
+#include "filelocations.h"
 #include "qtsingleapplication.h"
 #include "testenv.h"
 
 #include <QDir>
+#include <QFile>
 #include <QElapsedTimer>
 #include <QLockFile>
 #include <QProcess>
@@ -47,6 +49,13 @@ QStringList EntriesIn(const QString& folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::Hidden |
                                   QDir::NoDotAndDotDot);
+}
+
+// Whether this process has loaded QtNetwork, which only the single-instance module links.
+bool NetworkLoaded()
+{
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("libQt6Network");
 }
 
 } // namespace
@@ -244,7 +253,8 @@ private slots:
     }
 
     // This test program is an instance itself; a later start of it ("--send") sends the
-    // message, handled in the same event as its confirmation.
+    // message, handled in the same event as its confirmation. Claiming the instance loads no
+    // QtNetwork: the first window comes before it.
     void minimisedWindowIsRestoredOnMessage()
     {
         auto* app = qobject_cast<QtSingleApplication*>(QCoreApplication::instance());
@@ -253,6 +263,7 @@ private slots:
         window.show();
         window.setWindowState(Qt::WindowMinimized | Qt::WindowMaximized);
         app->setActivationWindow(&window);
+        QVERIFY(!NetworkLoaded());
 
         QProcess sender;
         sender.start(QCoreApplication::applicationFilePath(), {"--send", "wake"});
@@ -264,6 +275,7 @@ private slots:
 
 int main(int argc, char** argv)
 {
+    SetApplicationDirForTesting(QStringLiteral(LAUNCHER_MACOS_DIR));
     if (argc == 3 && qstrcmp(argv[1], "--send") == 0) {
         QtSingleApplication app(argc, argv);
         return app.isRunning() && app.sendMessage(QString::fromLocal8Bit(argv[2]), 5000) ? 0 : 1;

@@ -9,6 +9,9 @@ check_installed_tree() {
     # Test programs share the build tree's MacOS folder; none of them may be installed.
     [ "$(ls "$contents/MacOS" | tr '\n' ' ')" = "nimbra-mobile-launch nimbra-mobile-launcher " ] ||
         fail "MacOS holds more than the launcher and its companion: $(ls "$contents/MacOS")"
+    # Single instance's module, loaded from here once the window is up.
+    [ "$(ls "$contents/PlugIns")" = "libnimbra-mobile-instance.so" ] ||
+        fail "PlugIns does not hold the single-instance module alone: $(ls "$contents/PlugIns")"
     for file in LauncherDefault.ini LauncherHelp.html; do
         [ -s "$contents/Resources/$file" ] || fail "no $file in Resources"
     done
