@@ -2,7 +2,9 @@
 // use, and the merge of one model into another.
 #include "profileio.h"
 #include "records.h"
+#include "testenv.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -56,6 +58,8 @@ private slots:
     void extractProfiles();
     void mergeModel_data();
     void mergeModel();
+    void profileNames_data();
+    void profileNames();
 };
 
 void ProfileIoTest::extractProfiles_data()
@@ -159,6 +163,43 @@ void ProfileIoTest::mergeModel()
     QCOMPARE(report.skipped, skipped);
     QCOMPARE(report.addedOptions[int(OptionKind::Resolution)],
              resolutions.mid(Options(Target, OptionKind::Resolution).size()));
+}
+
+void ProfileIoTest::profileNames_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("names"); // none: not streamed, ReadModel's fallbacks decide
+
+    // A name only an exact line holds, and the same name twice.
+    QTest::newRow("as the model names them")
+        << QByteArray("$VERSION 106\n[Profile]\n\"a\"b\"\t\"\"\n#=entry a%22b \n\"Base\"\t\"\"\n"
+                      "[Input]\n\"Touch\"\t\"\"\n[Profile]\n\"Base\"\t\"-x\"\n")
+        << QStringList{"a\"b", "Base", "Base"};
+    QTest::newRow("no profile") << QByteArray("$VERSION 106\n[Input]\n\"Touch\"\t\"\"\n")
+                                << QStringList();
+    QTest::newRow("out of date") << QByteArray("$VERSION 102\n[Profile]\n\"Base\"\t\"\"\n")
+                                 << QStringList();
+}
+
+void ProfileIoTest::profileNames()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, names);
+    QTemporaryDir dir;
+    const QString path = dir.filePath("Launcher.ini");
+    QStringList read;
+    const auto append = [&read](const QString& name) { read.append(name); };
+    QVERIFY(!ReadProfileNames(path, append));
+    QVERIFY(WriteText(path, text));
+    read.clear();
+    QCOMPARE(ReadProfileNames(path, append), !names.isEmpty());
+    if (names.isEmpty())
+        return;
+    QCOMPARE(read, names);
+    ConfigModel model;
+    QCOMPARE(ReadModel(path, model), ReadResult::Loaded);
+    for (int row = 0; row < names.size(); ++row)
+        QCOMPARE(model.profiles[row].name, names[row]);
 }
 
 QTEST_APPLESS_MAIN(ProfileIoTest)
