@@ -1,3 +1,2 @@
 # Profile editing and the option lists through the real dialogs, and the add dialog itself.
 launcher_test(tst_editing LABEL gui SOURCES tst_editing.cpp LIBS launcherui)
-launcher_test(tst_adddlg LABEL gui SOURCES tst_adddlg.cpp LIBS launcherui)

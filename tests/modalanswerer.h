@@ -7,22 +7,23 @@
 
 class QWidget;
 
-// Answers the modal dialogs a test triggers: each modal widget that becomes active is
-// recorded ("title|text") and handed to the next queued answer.
+// Answers the modal dialogs a test triggers, in order, and records each one in `seen`: a
+// message box as "title|text", an input dialog as "title|label|text it opened with", any other
+// dialog as "title|" and its visible labels. A dialog nobody expected is rejected, so it shows
+// in `seen` instead of hanging the test.
 class ModalAnswerer : public QObject
 {
 public:
     using Answer = std::function<void(QWidget*)>;
 
-    explicit ModalAnswerer(QObject* parent = nullptr);
+    // Each step is "button" or "typed|button"; the typed text goes into an input dialog, or,
+    // split at commas, into another dialog's line edits.
+    explicit ModalAnswerer(const QStringList& steps = {});
 
-    void enqueue(const Answer& answer);
+    void enqueue(const Answer& answer) { m_answers.append(answer); }
+    void enqueue(const QString& step);
+
     // Presses the enabled button with this text (mnemonic ampersands ignored).
-    void pressButton(const QString& text);
-    // Queued after the expected answers: rejects the next few dialogs, so one nobody
-    // expected is closed instead of hanging the test, and `seen` shows it.
-    void guard();
-
     static void PressButton(QWidget* dialog, const QString& text);
 
     QStringList seen;

@@ -1,7 +1,7 @@
 // Editing through the real buttons and dialogs: profiles added, replaced, updated and removed,
-// and entries added to and removed from the option lists. The rules the slots apply are the
-// model's (tst_model); here the dialogs' texts, and the list, combo boxes and buttons kept in
-// step with the model.
+// entries added to and removed from the option lists, and the add dialog itself. The rules the
+// slots apply are the model's (tst_model); here the dialogs' texts, and the list, combo boxes and
+// buttons kept in step with the model.
 #include "adddlg.h"
 #include "modalanswerer.h"
 #include "records.h"
@@ -9,7 +9,7 @@
 #include "windowfixture.h"
 
 #include <QGuiApplication>
-#include <QInputDialog>
+#include <QLabel>
 #include <QScreen>
 #include <QTest>
 
@@ -17,27 +17,16 @@ using W = WindowFixture;
 
 namespace {
 
-const QString NameDialog = QStringLiteral("Add Profile|");
+const QString NameDialog = QStringLiteral("Add Profile|Enter the name for the new profile|");
 
-// Answers with "typed|button"; a name dialog must open empty each time.
-void AnswerNames(ModalAnswerer& answerer, const QStringList& steps)
+// The hint is the one label that shows a double quote.
+bool HintShown(const AddDlg& dialog)
 {
-    for (const QString& step : steps) {
-        answerer.enqueue([=](QWidget* dialog) {
-            if (auto* input = qobject_cast<QInputDialog*>(dialog)) {
-                QCOMPARE(input->labelText(), "Enter the name for the new profile");
-                QCOMPARE(input->textValue(), QString());
-                input->setTextValue(step.section(u'|', 0, 0));
-            }
-            ModalAnswerer::PressButton(dialog, step.section(u'|', 1));
-        });
+    for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+        if (label->text().contains(u'"'))
+            return !label->isHidden();
     }
-    answerer.guard();
-}
-
-QSize ScreenSize()
-{
-    return QGuiApplication::primaryScreen()->geometry().size();
+    return false;
 }
 
 } // namespace
@@ -56,12 +45,12 @@ private slots:
 
     void addsOrReplacesProfile_data();
     void addsOrReplacesProfile();
-    void removesProfile_data();
-    void removesProfile();
-    void addsOption_data();
+    void removesProfileWhenConfirmed();
     void addsOption();
-    void removesOption_data();
     void removesOption();
+    // The add dialog on its own: what the number rows take and when "OK" is enabled.
+    void addDialogOk_data();
+    void addDialogOk();
 };
 
 void EditingTest::addsOrReplacesProfile_data()
@@ -70,9 +59,9 @@ void EditingTest::addsOrReplacesProfile_data()
     QTest::addColumn<QStringList>("steps"); // the answers, "typed|button"
     QTest::addColumn<QStringList>("seen");
     QTest::addColumn<int>("row"); // where the profile stands afterwards; -1: nothing changes
-    const QString replace = NameDialog + "This profile already exists. Do you want to replace it?";
-    const QString quote = NameDialog + "A profile name can't contain a double quote (\"). "
-                                       "Please choose another name.";
+    const QString replace = "Add Profile|This profile already exists. Do you want to replace it?";
+    const QString quote = "Add Profile|A profile name can't contain a double quote (\"). "
+                          "Please choose another name.";
     QTest::newRow("new name") << 0 << QStringList{"Fresh|OK"} << QStringList{NameDialog} << 4;
     QTest::newRow("later profile's name, replaced")
         << 0 << QStringList{"Tablet|OK", "|OK"} << QStringList{NameDialog, replace} << 2;
@@ -107,10 +96,11 @@ void EditingTest::addsOrReplacesProfile()
         expected.append(added);
     else if (row >= 0)
         expected[row] = added;
-    W::SetControls(w, added);
+    for (const OptionKind kind : AllOptionKinds)
+        W::ComboBox(w, kind)->setCurrentIndex(ChosenIndex(added, kind));
+    W::Arguments(w)->setText(added.arguments);
 
-    ModalAnswerer answerer;
-    AnswerNames(answerer, steps);
+    ModalAnswerer answerer(steps);
     W::AddUpdateButton(w)->click();
 
     QCOMPARE(answerer.seen, seen);
@@ -124,166 +114,142 @@ void EditingTest::addsOrReplacesProfile()
     QCOMPARE(W::RemoveProfileButton(w)->isEnabled(), current != 0);
 }
 
-void EditingTest::removesProfile_data()
+// Declined first, then confirmed.
+void EditingTest::removesProfileWhenConfirmed()
 {
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QString>("answer");
-    QTest::newRow("removed") << 2 << "OK";
-    QTest::newRow("declined") << 2 << "Cancel";
-}
-
-void EditingTest::removesProfile()
-{
-    QFETCH(int, row);
-    QFETCH(QString, answer);
     MainWindow w;
     QList<Profile> expected = W::Profiles(w);
-    const QString name = expected[row].name;
-    if (answer == "OK")
-        expected.removeAt(row);
-    W::Select(w, row);
-
-    ModalAnswerer answerer;
-    answerer.pressButton(answer);
-    answerer.guard();
+    W::Select(w, 2);
+    ModalAnswerer answerer({"Cancel", "OK"});
+    W::RemoveProfileButton(w)->click();
+    QCOMPARE(W::Profiles(w), expected);
+    QCOMPARE(W::Controls(w), expected[2]);
     W::RemoveProfileButton(w)->click();
 
-    QCOMPARE(answerer.seen, QStringList{"Confirm Remove Profile|Are you sure you want to remove "
-                                        "this profile?\n\n" +
-                                        name});
+    const QString asked = "Confirm Remove Profile|Are you sure you want to remove this "
+                          "profile?\n\nTablet";
+    QCOMPARE(answerer.seen, (QStringList{asked, asked}));
+    expected.removeAt(2);
     QCOMPARE(W::Profiles(w), expected);
     QVERIFY(W::InStep(w));
-    const int current = answer == "OK" ? 0 : row;
-    QCOMPARE(W::ProfileList(w)->currentRow(), current);
-    QCOMPARE(W::Controls(w), expected[current]);
-    QCOMPARE(W::RemoveProfileButton(w)->isEnabled(), current != 0);
+    QCOMPARE(W::ProfileList(w)->currentRow(), 0);
+    QCOMPARE(W::Controls(w), expected[0]);
+    QVERIFY(!W::RemoveProfileButton(w)->isEnabled());
 }
 
-void EditingTest::addsOption_data()
-{
-    const QString width = QString::number(ScreenSize().width());
-    const QString height = QString::number(ScreenSize().height());
-    const QString taller = QString::number(ScreenSize().height() + 1);
-    QTest::addColumn<OptionKind>("kind");
-    QTest::addColumn<QStringList>("texts");
-    QTest::addColumn<QStringList>("answers"); // the dialog's, then the screen size warning's
-    QTest::addColumn<QString>("value");       // null when nothing is added
-    const OptionKind size = OptionKind::Resolution;
-    QTest::newRow("resolution of the screen's size, no warning")
-        << size << QStringList{"Screen", width, height} << QStringList{"OK"}
-        << " -windowsize " + width + "x" + height;
-    QTest::newRow("pixel density: existing name, no size check")
-        << OptionKind::PixelDensity << QStringList{"mdpi", "99999999"} << QStringList{"OK"}
-        << " -ppi 99999999";
-    QTest::newRow("resolution, Cancel")
-        << size << QStringList{"A", "1", "1"} << QStringList{"Cancel"} << QString();
-    QTest::newRow("one wider, No")
-        << size << QStringList{"Big", QString::number(ScreenSize().width() + 1), height}
-        << QStringList{"OK", "No"} << QString();
-    QTest::newRow("one taller, Yes")
-        << size << QStringList{"Big", width, taller} << QStringList{"OK", "Yes"}
-        << " -windowsize " + width + "x" + taller;
-}
-
+// Cancel and a declined size warning add nothing and keep the entry shown; an added entry is
+// shown. Only resolutions are compared with the screen.
 void EditingTest::addsOption()
 {
-    QFETCH(OptionKind, kind);
-    QFETCH(QStringList, texts);
-    QFETCH(QStringList, answers);
-    QFETCH(QString, value);
+    const QSize screen = QGuiApplication::primaryScreen()->geometry().size();
+    const int width = screen.width();
+    const int height = screen.height();
+    const QString typed = QStringLiteral("%1,%2,%3|OK");
+    const QString windowSize = QStringLiteral(" -windowsize %1x%2");
+    const QString add = QStringLiteral("Add Resolution|Name:|Width:|Height:");
+    const QString warning = "Resolution bigger than the current screen size!|You are trying to "
+                            "add: %1x%2\nbut the current screen resolution is: " +
+                            QStringLiteral("%1x%2").arg(width).arg(height) + "\n\nAre you sure ?";
     MainWindow w;
     const QList<Profile> profiles = W::Profiles(w);
     QList<ConfigSection> expected = W::Sections(w);
-    QList<OptionEntry>& entries = expected[SectionIndex(kind)].entries;
-    const int shownBefore = W::ComboBox(w, kind)->currentIndex();
-    if (!value.isNull())
-        entries.append({texts[0], value});
+    expected[SectionIndex(OptionKind::Resolution)].entries
+        << OptionEntry{"Screen", windowSize.arg(width).arg(height)}
+        << OptionEntry{"Taller", windowSize.arg(width).arg(height + 1)};
+    expected[SectionIndex(OptionKind::PixelDensity)].entries
+        << OptionEntry{"mdpi", " -ppi 99999999"};
+    ModalAnswerer answerer({"A,1,1|Cancel", typed.arg("Wider").arg(width + 1).arg(height), "No",
+                            typed.arg("Screen").arg(width).arg(height),
+                            typed.arg("Taller").arg(width).arg(height + 1), "Yes",
+                            "mdpi,99999999|OK"});
 
-    ModalAnswerer answerer;
-    QStringList labels;
-    answerer.enqueue([&](QWidget* dialog) {
-        auto* add = qobject_cast<AddDlg*>(dialog);
-        QVERIFY(add);
-        for (int i = 0; i < add->m_fields.size(); ++i) {
-            labels.append(add->m_fields[i].label);
-            add->m_fields[i].edit->setText(texts.value(i));
-        }
-        ModalAnswerer::PressButton(dialog, answers[0]);
-    });
-    if (answers.size() > 1)
-        answerer.pressButton(answers[1]);
-    answerer.guard();
-    kind == OptionKind::Resolution ? w.OnAddResolution() : w.OnAddPixelDensity();
+    for (const int shown : {0, 0, 4, 5}) {
+        w.OnAddResolution();
+        QCOMPARE(W::ComboBox(w, OptionKind::Resolution)->currentIndex(), shown);
+        QCOMPARE(W::RemoveButton(w, OptionKind::Resolution)->isEnabled(), shown > 0);
+    }
+    w.OnAddPixelDensity();
+    QCOMPARE(W::ComboBox(w, OptionKind::PixelDensity)->currentIndex(), 4);
+    QVERIFY(W::RemoveButton(w, OptionKind::PixelDensity)->isEnabled());
 
-    const bool resolution = kind == OptionKind::Resolution;
-    const QStringList expectedLabels = resolution ? QStringList{"Name:", "Width:", "Height:"}
-                                                  : QStringList{"Name:", "Pixel Density:"};
-    QCOMPARE(labels, expectedLabels);
-    QStringList seen{resolution ? "Add Resolution|" : "Add Pixel Density|"};
-    if (answers.size() > 1)
-        seen.append(QStringLiteral("Resolution bigger than the current screen size!|You are "
-                                   "trying to add: %1x%2\nbut the current screen "
-                                   "resolution is: %3x%4\n\nAre you sure ?")
-                        .arg(texts[1], texts[2])
-                        .arg(ScreenSize().width())
-                        .arg(ScreenSize().height()));
-    QCOMPARE(answerer.seen, seen);
+    QCOMPARE(answerer.seen, (QStringList{add, add, warning.arg(width + 1).arg(height), add, add,
+                                         warning.arg(width).arg(height + 1),
+                                         "Add Pixel Density|Name:|Pixel Density:"}));
     QCOMPARE(W::Sections(w), expected);
     QCOMPARE(W::Profiles(w), profiles);
     QVERIFY(W::InStep(w));
-    const int current = value.isNull() ? shownBefore : int(entries.size()) - 1;
-    QCOMPARE(W::ComboBox(w, kind)->currentIndex(), current);
-    QCOMPARE(W::RemoveButton(w, kind)->isEnabled(), current > 0);
 }
 
-void EditingTest::removesOption_data()
-{
-    // With Phone shown (Resolution 1, Pixel Density 2, no arguments).
-    QTest::addColumn<OptionKind>("kind");
-    QTest::addColumn<QString>("answer"); // empty: not asked
-    QTest::newRow("used resolution") << OptionKind::Resolution << "Yes";
-    QTest::newRow("unused pixel density, not asked") << OptionKind::PixelDensity << "";
-    QTest::newRow("declined") << OptionKind::Resolution << "No";
-}
-
+// Declined, then confirmed for a resolution two profiles use; an unused pixel density goes
+// without asking.
 void EditingTest::removesOption()
 {
-    QFETCH(OptionKind, kind);
-    QFETCH(QString, answer);
     MainWindow w;
-    W::Select(w, 1);
-    W::ComboBox(w, kind)->setCurrentIndex(1);
-    const Profile controls = W::Controls(w);
+    W::Select(w, 1); // Phone: Resolution 1, Pixel Density 2, no arguments
     QList<ConfigSection> sections = W::Sections(w);
     QList<Profile> profiles = W::Profiles(w);
-    if (answer != "No")
+    const Profile controls = W::Controls(w);
+    ModalAnswerer answerer({"No", "Yes"});
+    W::RemoveButton(w, OptionKind::Resolution)->click();
+    QCOMPARE(W::Sections(w), sections);
+    QCOMPARE(W::Controls(w), controls);
+    for (const OptionKind kind : {OptionKind::Resolution, OptionKind::PixelDensity}) {
+        W::ComboBox(w, kind)->setCurrentIndex(1);
+        W::RemoveButton(w, kind)->click();
         RemoveOption(sections, profiles, kind, 1);
+        QCOMPARE(W::ComboBox(w, kind)->currentIndex(), 0);
+        QVERIFY(!W::RemoveButton(w, kind)->isEnabled());
+    }
 
-    ModalAnswerer answerer;
-    if (!answer.isEmpty())
-        answerer.pressButton(answer);
-    answerer.guard();
-    W::RemoveButton(w, kind)->click();
-
-    QCOMPARE(answerer.seen, answer.isEmpty()
-                                ? QStringList()
-                                : QStringList{"Confirm remove resolution|The following profiles "
-                                              "use this option, are you sure you want to "
-                                              "continue?\n\nPhone\nWatch\n"});
+    const QString asked = "Confirm remove resolution|The following profiles use this option, are "
+                          "you sure you want to continue?\n\nPhone\nWatch\n";
+    QCOMPARE(answerer.seen, (QStringList{asked, asked}));
     QCOMPARE(W::Profiles(w), profiles);
     QCOMPARE(W::Sections(w), sections);
     QVERIFY(W::InStep(w));
-    if (answer == "No") {
-        QCOMPARE(W::Controls(w), controls);
-        return;
-    }
-    QCOMPARE(W::ComboBox(w, kind)->currentIndex(), 0);
-    QVERIFY(!W::RemoveButton(w, kind)->isEnabled());
     // A repair reaches the model only: the field shows it once Phone is chosen again.
     QCOMPARE(W::Arguments(w)->text(), QString());
     W::Select(w, 0);
     W::Select(w, 1);
     QCOMPARE(W::Controls(w), profiles[1]);
+}
+
+void EditingTest::addDialogOk_data()
+{
+    QTest::addColumn<QStringList>("typed");
+    QTest::addColumn<QString>("width");
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("nothing typed") << QStringList{"", "", ""} << "" << false;
+    QTest::newRow("no name") << QStringList{"", "480", "800"} << "480" << false;
+    QTest::newRow("name of one blank") << QStringList{" ", "10", "100"} << "10" << true;
+    QTest::newRow("zero alone refused") << QStringList{"Phone", "0", "8"} << "" << false;
+    QTest::newRow("leading zero, letters, signs, blanks refused")
+        << QStringList{"Phone", "0a4-8+0 ", "8"} << "480" << true;
+    QTest::newRow("20 digits") << QStringList{"Phone", "12345678901234567890", "8"}
+                               << "12345678901234567890" << false;
+    QTest::newRow("largest 64-bit number")
+        << QStringList{"Phone", "9223372036854775807", "8"} << "9223372036854775807" << true;
+    QTest::newRow("double quote in name") << QStringList{"6\" phone", "480", "8"} << "480" << false;
+    QTest::newRow("double quote typed, then erased")
+        << QStringList{"6\"\b", "480", "8"} << "480" << true;
+    QTest::newRow("number erased once OK was enabled")
+        << QStringList{"Phone", "8", "480\b\b\b"} << "8" << false;
+}
+
+void EditingTest::addDialogOk()
+{
+    QFETCH(QStringList, typed);
+    QFETCH(QString, width);
+    QFETCH(bool, enabled);
+    AddDlg dialog(nullptr, "Add Resolution",
+                  {{FieldText, "Name:"}, {FieldNumber, "Width:"}, {FieldNumber, "Height:"}});
+    // Typed key by key, so the number rows' validator sees what a user would type.
+    for (int i = 0; i < typed.size(); ++i)
+        QTest::keyClicks(dialog.m_fields[i].edit, typed[i]);
+
+    QCOMPARE(dialog.m_fields[1].edit->text(), width);
+    QCOMPARE(ButtonWithText(dialog, "OK")->isEnabled(), enabled);
+    QCOMPARE(HintShown(dialog), dialog.m_fields[0].edit->text().contains(u'"'));
 }
 
 QTEST_MAIN(EditingTest)

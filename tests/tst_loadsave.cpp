@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -43,16 +42,13 @@ class LoadSaveTest : public QObject
 private slots:
     void initTestCase();
     void init() { QDir(m_folder).removeRecursively(); }
-    void outdatedUserFileIsSetAside();
+    void outdatedUserFile_data();
+    void outdatedUserFile();
     void outdatedDefaultFileIsDropped();
     void savedProfilesComeBack();
-    void failedSaveAtExit_data();
     void failedSaveAtExit();
-    void unmovableOutdatedFileIsKept();
-    void saveWithoutLockKeepsOtherLaunchersProfiles();
 
 private:
-    QTemporaryDir m_files;
     QString m_folder;
     QList<Profile> m_defaultProfiles;
 };
@@ -69,33 +65,55 @@ void LoadSaveTest::initTestCase()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-// Set aside under a name of its own, named in the warning; the default file is used instead.
-void LoadSaveTest::outdatedUserFileIsSetAside()
+void LoadSaveTest::outdatedUserFile_data()
 {
+    QTest::addColumn<bool>("movable");
+    QTest::addColumn<QString>("warning"); // %1: where the file is afterwards
+    QTest::newRow("set aside under a name of its own")
+        << true << "It has been renamed to %1 to make place for a new configuration file.";
+    // It must then outlive the session: the exit save would replace it.
+    QTest::newRow("kept where it is when it can't be moved")
+        << false
+        << "It could not be renamed and stays at %1. The launcher will not overwrite "
+           "it, so changes made in this session will not be saved.";
+}
+
+// Either way the default file is used instead.
+void LoadSaveTest::outdatedUserFile()
+{
+    QFETCH(bool, movable);
+    QFETCH(QString, warning);
+    if (!movable && geteuid() == 0)
+        QSKIP("root moves files out of read-only folders");
     const QByteArray bytes = "$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n";
     QVERIFY(WriteText(UserConfigPath(), bytes));
-    ModalAnswerer answerer;
-    answerer.pressButton("OK");
-    MainWindow window;
-    const QString renamed = m_folder + "/Launcher.107.ini";
+    if (!movable)
+        QVERIFY(QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::ExeOwner));
+    ModalAnswerer answerer({"OK"});
+    QList<Profile> profiles;
+    {
+        MainWindow window;
+        profiles = W::Profiles(window);
+    }
+    QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString kept = movable ? m_folder + "/Launcher.107.ini" : UserConfigPath();
     QCOMPARE(answerer.seen, QStringList{WarningTitle +
                                         "|Your Launcher.ini configuration file is out of date "
-                                        "and will not be used. It has been renamed to " +
-                                        renamed + " to make place for a new configuration file."});
-    QCOMPARE(ReadBytes(renamed), bytes);
-    QCOMPARE(W::Profiles(window), m_defaultProfiles);
+                                        "and will not be used. " +
+                                        warning.arg(kept)});
+    QCOMPARE(ReadBytes(kept), bytes);
+    QCOMPARE(profiles, m_defaultProfiles);
 }
 
 // An out-of-date default file is not renamed; what was read from it is dropped, and every
 // section gets its "Default" entry.
 void LoadSaveTest::outdatedDefaultFileIsDropped()
 {
-    const QString path = m_files.filePath("LauncherDefault.ini");
+    const QString path = m_folder + "/LauncherDefault.ini";
     QVERIFY(WriteText(path, "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n"
                             "[Resolution]\n\"r\"\t\"\"\n"));
     MainWindow window;
-    ModalAnswerer answerer;
-    answerer.pressButton("OK");
+    ModalAnswerer answerer({"OK"});
     QVERIFY(window.LoadConfig(path, false));
     QCOMPARE(answerer.seen, QStringList{WarningTitle + "|Config file is out of date"});
     for (const ConfigSection& section : W::Sections(window))
@@ -105,103 +123,64 @@ void LoadSaveTest::outdatedDefaultFileIsDropped()
 }
 
 // The profiles reach the file at exit, quoted arguments included, and come back at the next
-// start; a model missing a section is not saved, and nothing is created for it.
+// start; a model missing a section is never saved. Without the single-instance lock, the save
+// keeps what another launcher saved since the load.
 void LoadSaveTest::savedProfilesComeBack()
 {
-    QList<Profile> profiles;
+    const QByteArray start = "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n";
+    QVERIFY(WriteText(UserConfigPath(), start));
+    QList<Profile> expected;
     {
         MainWindow window;
-        W::Profiles(window).append(
-            {"Mac data", " -datadir \"/Users/me/Application Support/emu\" -t \"a  b\"", {1, 0, 1}});
-        profiles = W::Profiles(window);
+        W::WatchUserFile(window);
+        QVERIFY(window.LoadConfig(UserConfigPath(), true));
+        const Profile mine{"Mac data", " -datadir \"/Users/me/App Support/emu\" -t \"a  b\"", {}};
+        W::Profiles(window).append(mine);
         const QList<ConfigSection> sections = W::Sections(window);
         W::Sections(window).removeLast();
         QVERIFY(!window.SaveConfig());
-        QVERIFY(!QFileInfo::exists(m_folder));
+        QCOMPARE(ReadBytes(UserConfigPath()), start);
         W::Sections(window) = sections;
+
+        // Another launcher, also without the lock, saves in the meantime.
+        QList<ConfigSection> theirs = Config::NewSections();
+        Config::AddDefaultEntries(theirs);
+        expected = {W::Profiles(window)[0], {"Theirs", " -t", {}}};
+        Config::StoreProfiles(theirs, expected);
+        QVERIFY(Config::WriteFile(UserConfigPath(), theirs));
+        expected.append(mine);
     }
     MainWindow restarted;
-    QCOMPARE(W::Profiles(restarted), profiles);
+    QCOMPARE(W::Profiles(restarted), expected);
 }
 
-void LoadSaveTest::failedSaveAtExit_data()
-{
-    QTest::addColumn<bool>("retry");
-    QTest::newRow("retry once the limit is lifted") << true;
-    QTest::newRow("discard") << false;
-}
-
+// Discarded first, which leaves the old file; then retried once the limit is lifted.
 void LoadSaveTest::failedSaveAtExit()
 {
-    QFETCH(bool, retry);
     const QByteArray old = "$VERSION\t106\n[Profile]\n\"Old\"\t\"[Input] 0 \"\n";
     QVERIFY(WriteText(UserConfigPath(), old));
-    auto window = std::make_unique<MainWindow>();
-    for (int i = 0; i < 5000; ++i)
-        W::Profiles(*window).append({QStringLiteral("Profile %1").arg(i), " -x", {}});
+    for (const bool retry : {false, true}) {
+        auto window = std::make_unique<MainWindow>();
+        for (int i = 0; i < 5000; ++i)
+            W::Profiles(*window).append({QStringLiteral("Profile %1").arg(i), " -x", {}});
+        ModalAnswerer answerer;
+        answerer.enqueue([retry](QWidget* box) {
+            if (retry)
+                SetFileSizeLimit(RLIM_INFINITY);
+            ModalAnswerer::PressButton(box, retry ? "Retry" : "Discard");
+        });
+        SetFileSizeLimit(64 * 1024);
+        window.reset(); // quits: the exit save
+        SetFileSizeLimit(RLIM_INFINITY);
 
-    ModalAnswerer answerer;
-    answerer.enqueue([retry](QWidget* box) {
-        if (retry)
-            SetFileSizeLimit(RLIM_INFINITY);
-        ModalAnswerer::PressButton(box, retry ? "Retry" : "Discard");
-    });
-    SetFileSizeLimit(64 * 1024);
-    window.reset(); // quits: the exit save
-    SetFileSizeLimit(RLIM_INFINITY);
-
-    QCOMPARE(answerer.seen, QStringList{Title + "|Your profiles could not be saved to " +
-                                        UserConfigPath() + ".\n\nReason: File too large"});
-    QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden), QStringList{"Launcher.ini"});
-    if (!retry) {
-        QCOMPARE(ReadBytes(UserConfigPath()), old);
-        return;
+        QCOMPARE(answerer.seen, QStringList{Title + "|Your profiles could not be saved to " +
+                                            UserConfigPath() + ".\n\nReason: File too large"});
+        QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden), QStringList{"Launcher.ini"});
+        if (!retry)
+            QCOMPARE(ReadBytes(UserConfigPath()), old);
     }
     MainWindow restarted;
     QCOMPARE(W::Profiles(restarted).size(), 5001);
-}
-
-// A file that can't be set aside is named where it stays and outlives the session.
-void LoadSaveTest::unmovableOutdatedFileIsKept()
-{
-    if (geteuid() == 0)
-        QSKIP("root moves files out of read-only folders");
-    const QByteArray bytes = "$VERSION\t107\n# stays\n";
-    QVERIFY(WriteText(UserConfigPath(), bytes));
-    QVERIFY(QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::ExeOwner));
-    ModalAnswerer answerer;
-    answerer.pressButton("OK");
-    {
-        MainWindow window;
-    }
-    QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QCOMPARE(answerer.seen,
-             QStringList{WarningTitle +
-                         "|Your Launcher.ini configuration file is out of date and "
-                         "will not be used. It could not be renamed and stays at " +
-                         UserConfigPath() +
-                         ". The launcher will not overwrite it, so changes made in this session "
-                         "will not be saved."});
-    QCOMPARE(ReadBytes(UserConfigPath()), bytes);
-}
-
-void LoadSaveTest::saveWithoutLockKeepsOtherLaunchersProfiles()
-{
-    QVERIFY(WriteText(UserConfigPath(), "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n"));
-    MainWindow window;
-    W::WatchUserFile(window);
-    QVERIFY(window.LoadConfig(UserConfigPath(), true));
-    W::Profiles(window).append({"Mine", " -m", {}});
-
-    // Another launcher, also without the lock, saves in the meantime.
-    QList<ConfigSection> theirs = Config::NewSections();
-    Config::AddDefaultEntries(theirs);
-    Config::StoreProfiles(theirs, {{"Start", "", {}}, {"Theirs", " -t", {}}});
-    QVERIFY(Config::WriteFile(UserConfigPath(), theirs));
-
-    QVERIFY(window.SaveConfig());
-    MainWindow restarted;
-    QCOMPARE(W::Names(W::Profiles(restarted)), (QStringList{"Start", "Theirs", "Mine"}));
 }
 
 QTEST_MAIN(LoadSaveTest)

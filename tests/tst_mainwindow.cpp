@@ -1,10 +1,15 @@
-// The main window's controls, how they follow the selected profile, and the failure of
-// launch. Runs in an app folder of its own: no emulator and no default file.
+// The main window's controls, how they follow the selected profile, and what a screen reader
+// and a keyboard user get from it. Runs in an app folder of its own: no emulator, so a launch
+// fails, and no default file.
+#include "filelocations.h"
 #include "modalanswerer.h"
 #include "records.h"
 #include "testenv.h"
 #include "windowfixture.h"
 
+#include <QAccessible>
+#include <QApplication>
+#include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QGroupBox>
 #include <QTest>
@@ -32,10 +37,29 @@ ProfileButtons ButtonsOf(const MainWindow& w)
             W::RemoveProfileButton(w)->isEnabled()};
 }
 
-bool RemoveOptionButtonsEnabled(const MainWindow& w, bool enabled)
+// What a screen reader announces for the control. On Linux a combo box's name is its current
+// entry and the reader takes the field's name from its label relation; elsewhere the name is
+// the label's text. Either way the label must be the buddy.
+QString SpokenName(QAccessibleInterface* iface)
 {
-    return W::RemoveButton(w, OptionKind::Resolution)->isEnabled() == enabled &&
-           W::RemoveButton(w, OptionKind::PixelDensity)->isEnabled() == enabled;
+    if (iface->role() == QAccessible::ComboBox) {
+        const auto labels = iface->relations(QAccessible::Label);
+        return labels.isEmpty() ? QString() : labels.first().first->text(QAccessible::Name);
+    }
+    return iface->text(QAccessible::Name);
+}
+
+// The controls in layout order: the profile group top to bottom and left to right, then the
+// button box in the order the platform puts Help and Launch.
+QStringList LayoutOrder(const QWidget& window)
+{
+    const bool helpFirst = ButtonWithText(window, "&Help")->mapTo(&window, QPoint()).x() <
+                           ButtonWithText(window, "&Launch")->mapTo(&window, QPoint()).x();
+    const QStringList form = QStringLiteral("Profiles|Add|Remove profile|Resolution|Add resolution|"
+                                            "Remove resolution|Pixel Density|Add pixel density|"
+                                            "Remove pixel density|Input|Arguments")
+                                 .split(u'|');
+    return form + (helpFirst ? QStringList{"Help", "Launch"} : QStringList{"Launch", "Help"});
 }
 
 } // namespace
@@ -43,6 +67,9 @@ bool RemoveOptionButtonsEnabled(const MainWindow& w, bool enabled)
 class WindowTest : public QObject
 {
     Q_OBJECT
+
+public slots:
+    void openUrl(const QUrl& url) { m_opened.append(url); }
 
 private slots:
     void initTestCase()
@@ -52,44 +79,29 @@ private slots:
     }
     void init() { QVERIFY(WriteText(UserConfigPath(), WindowConfig)); }
 
-    void showsConfiguration();
     void profileListSizeHint();
     void profileButtonsFollowControls();
     void storedIndexOutsideList();
-    void launchFailureChangesNothing();
+    void namesAndTabOrder();
+    void keysAndFailedLaunch();
+
+private:
+    QList<QUrl> m_opened;
 };
 
-// The option rows' labels, entries and the list are the accessibility and editing tests'.
-void WindowTest::showsConfiguration()
-{
-    MainWindow w(nullptr);
-    auto* group = w.findChild<QGroupBox*>();
-    QVERIFY(group && group->isAncestorOf(W::ProfileList(w)));
-    QCOMPARE(w.windowTitle(), "Nimbra Mobile Emulator");
-    QCOMPARE(group->title(), "Profile");
-    auto* box = w.findChild<QDialogButtonBox*>();
-    QVERIFY(box);
-    QCOMPARE(box->buttonRole(ButtonWithText(w, "&Help")), QDialogButtonBox::HelpRole);
-    QCOMPARE(box->buttonRole(ButtonWithText(w, "&Launch")), QDialogButtonBox::AcceptRole);
-}
-
+// The height is fixed; the width is the names' width plus a scroll bar allowance that stays
+// the same whether the bar shows or not.
 void WindowTest::profileListSizeHint()
 {
-    // The height is fixed; the width is the names' width plus a fixed scroll bar allowance.
-    QList<int> allowance;
-    for (int count : {1, 100}) {
-        QByteArray text = "$VERSION\t106\n[Profile]\n";
-        for (int i = 1; i <= count; ++i)
-            text += "\"Profile " + QByteArray::number(i) +
-                    "\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n";
-        QVERIFY(WriteText(UserConfigPath(), text));
-        MainWindow w(nullptr);
-        const ProfileQListWidget* list = W::ProfileList(w);
-        QCOMPARE(list->sizeHint().height(), 192);
-        allowance.append(list->sizeHint().width() - list->sizeHintForColumn(0));
-    }
-    QCOMPARE(allowance[0], allowance[1]);
-    QVERIFY(allowance[0] > 5);
+    MainWindow w(nullptr);
+    ProfileQListWidget* list = W::ProfileList(w);
+    const auto allowance = [list] { return list->sizeHint().width() - list->sizeHintForColumn(0); };
+    const int few = allowance();
+    for (int i = 0; i < 100; ++i)
+        list->addItem(QStringLiteral("Profile %1").arg(i));
+    QCOMPARE(allowance(), few);
+    QVERIFY(few > 5);
+    QCOMPARE(list->sizeHint().height(), 192);
 }
 
 void WindowTest::profileButtonsFollowControls()
@@ -97,7 +109,8 @@ void WindowTest::profileButtonsFollowControls()
     MainWindow w(nullptr);
     QCOMPARE(ButtonsOf(w), (ProfileButtons{"Add", false, false}));
     // The option rows' Remove buttons start disabled, then follow the selected entries.
-    QVERIFY(RemoveOptionButtonsEnabled(w, false));
+    QVERIFY(!W::RemoveButton(w, OptionKind::Resolution)->isEnabled());
+    QVERIFY(!W::RemoveButton(w, OptionKind::PixelDensity)->isEnabled());
     W::ComboBox(w, OptionKind::PixelDensity)->setCurrentIndex(0);
     QCOMPARE(ButtonsOf(w), (ProfileButtons{"Add", true, false}));
     W::ComboBox(w, OptionKind::PixelDensity)->setCurrentIndex(1);
@@ -109,7 +122,8 @@ void WindowTest::profileButtonsFollowControls()
 
     W::Select(w, 1);
     QCOMPARE(ButtonsOf(w), (ProfileButtons{"Update", false, true}));
-    QVERIFY(RemoveOptionButtonsEnabled(w, true));
+    QVERIFY(W::RemoveButton(w, OptionKind::Resolution)->isEnabled());
+    QVERIFY(W::RemoveButton(w, OptionKind::PixelDensity)->isEnabled());
     W::ComboBox(w, OptionKind::Input)->setCurrentIndex(0);
     QCOMPARE(ButtonsOf(w), (ProfileButtons{"Update", true, true}));
 }
@@ -130,20 +144,66 @@ void WindowTest::storedIndexOutsideList()
     }
 }
 
-void WindowTest::launchFailureChangesNothing()
+// Every control, named, in Tab order; the profile group and the button box around them.
+void WindowTest::namesAndTabOrder()
+{
+    MainWindow window(nullptr);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    // Every control, once, named, in the whole chain, disabled ones included: Tab skips those
+    // only while they are.
+    QStringList order;
+    QWidget* widget = W::ProfileList(window);
+    do {
+        // Combo box popups are windows of their own and not part of the form.
+        if (widget->window() == &window && (widget->focusPolicy() & Qt::TabFocus))
+            order.append(SpokenName(QAccessible::queryAccessibleInterface(widget)));
+        widget = widget->nextInFocusChain();
+    } while (widget != W::ProfileList(window));
+    QCOMPARE(order, LayoutOrder(window));
+    auto* group = window.findChild<QGroupBox*>();
+    QVERIFY(group && group->isAncestorOf(W::ProfileList(window)));
+    QCOMPARE(group->title(), "Profile");
+    auto* box = window.findChild<QDialogButtonBox*>();
+    QCOMPARE(box->buttonRole(ButtonWithText(window, "&Help")), QDialogButtonBox::HelpRole);
+    QCOMPARE(box->buttonRole(ButtonWithText(window, "&Launch")), QDialogButtonBox::AcceptRole);
+
+    // The Add/Update button says what it will do; the visible texts stay plain.
+    W::Select(window, 1);
+    QCOMPARE(SpokenName(QAccessible::queryAccessibleInterface(W::AddUpdateButton(window))),
+             QStringLiteral("Update"));
+    QCOMPARE(W::RemoveButton(window, OptionKind::Resolution)->text(), QStringLiteral("Remove"));
+}
+
+// The mnemonics stay shortcuts while the focus is in the line edit; a launch that fails
+// changes nothing.
+void WindowTest::keysAndFailedLaunch()
 {
     MainWindow w(nullptr);
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
+    w.show();
+    QApplication::setActiveWindow(&w);
+    QVERIFY(QTest::qWaitForWindowActive(&w));
+    W::ProfileList(w)->setFocus();
     W::Select(w, 1);
     W::ComboBox(w, OptionKind::Resolution)->setCurrentIndex(2);
     const Profile controls = W::Controls(w);
     const ProfileButtons buttons = ButtonsOf(w);
     const QList<Profile> profiles = W::Profiles(w);
 
-    ModalAnswerer answerer;
-    answerer.pressButton(QStringLiteral("OK"));
-    QTest::mouseClick(ButtonWithText(w, "&Launch"), Qt::LeftButton);
-    QCOMPARE(answerer.seen, QStringList{QStringLiteral("Nimbra Mobile Emulator Launcher|Failed "
-                                                       "to start Nimbra Mobile Emulator!")});
+    QTest::keyClick(&w, Qt::Key_A, Qt::AltModifier);
+    QTRY_COMPARE(QApplication::focusWidget(), W::Arguments(w));
+    QCOMPARE(W::Controls(w), controls);
+    QTest::keyClick(&w, Qt::Key_H, Qt::AltModifier);
+    QTRY_COMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(GetFileName(HelpFile))});
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    ModalAnswerer answerer({"OK"});
+    // A mnemonic animates the click and reports it a moment later.
+    QTest::keyClick(&w, Qt::Key_L, Qt::AltModifier);
+    QTRY_COMPARE(answerer.seen, QStringList{"Nimbra Mobile Emulator Launcher|Failed to start "
+                                            "Nimbra Mobile Emulator!"});
+
     QCOMPARE(W::Controls(w), controls);
     QCOMPARE(ButtonsOf(w), buttons);
     QCOMPARE(W::Profiles(w), profiles);

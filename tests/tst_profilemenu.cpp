@@ -11,21 +11,15 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
-#include <QFileInfo>
-#include <QInputDialog>
 #include <QProcess>
-#include <QTemporaryDir>
+#include <QScopeGuard>
 #include <QTest>
-
-#include <memory>
 
 using W = WindowFixture;
 
 namespace {
 
-const QString NameDialog = QStringLiteral("Rename Profile|");
-const QStringList MenuTexts = {"Duplicate", "Rename\u2026", "Copy Command Line",
-                               "Move Up",   "Move Down",    "Launch"};
+const QString NameDialog = QStringLiteral("Rename Profile|Enter the new name for the profile|");
 
 // A name with a blank, for the launches.
 const QByteArray LaunchConfig =
@@ -40,15 +34,6 @@ void RecordTrace(QtMsgType, const QMessageLogContext&, const QString& message)
 {
     if (message.startsWith(QStringLiteral("GetFileName( 3 )")))
         g_traces.append(message);
-}
-
-QAction* Action(const MainWindow& w, const QString& text)
-{
-    for (QAction* action : W::ProfileList(w)->actions()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
 }
 
 // Shortcuts need an active window and the list to hold the focus.
@@ -70,32 +55,21 @@ class ProfileMenuTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        UseFixtureAppFolder();
+        UsePrivateDataLocation();
+        qputenv("NIMBRA_STANDIN_QUIT", "1");
+    }
     void init() { QVERIFY(WriteText(UserConfigPath(), EditingConfig())); }
 
     void keysEditTheList_data();
     void keysEditTheList();
-    void moveKeepsUnsavedControls();
-    void rename_data();
     void rename();
     void menuFollowsRow_data();
     void menuFollowsRow();
-    void previewIsWhatLaunchStarts_data();
     void previewIsWhatLaunchStarts();
-    void previewAddsNoTraceLines();
-
-private:
-    QTemporaryDir m_records;
 };
-
-void ProfileMenuTest::initTestCase()
-{
-    UseFixtureAppFolder();
-    UsePrivateDataLocation();
-    QVERIFY(m_records.isValid());
-    QVERIFY2(QFileInfo(GetFileName(EmulatorFile)).isExecutable(), "stand-in emulator not built");
-    qputenv("NIMBRA_STANDIN_QUIT", "1");
-}
 
 void ProfileMenuTest::keysEditTheList_data()
 {
@@ -103,17 +77,20 @@ void ProfileMenuTest::keysEditTheList_data()
     QTest::addColumn<QString>("keys");
     QTest::addColumn<QStringList>("names"); // afterwards; "X copy" holds X's values
     QTest::addColumn<int>("current");
+    QTest::addColumn<bool>("keepsEdit"); // the controls still show the unsaved arguments
 
     const QStringList unchanged = {"Base", "Phone", "Tablet", "Watch"};
-    QTest::newRow("Ctrl+D duplicates below and selects the copy")
-        << 1 << "Ctrl+D" << QStringList{"Base", "Phone", "Phone copy", "Tablet", "Watch"} << 2;
+    QTest::newRow("Ctrl+D duplicates the stored profile below and selects the copy")
+        << 1 << "Ctrl+D" << QStringList{"Base", "Phone", "Phone copy", "Tablet", "Watch"} << 2
+        << false;
+    // A move changes only the row: the controls keep what they show.
     QTest::newRow("Alt+Down moves down")
-        << 1 << "Alt+Down" << QStringList{"Base", "Tablet", "Phone", "Watch"} << 2;
+        << 1 << "Alt+Down" << QStringList{"Base", "Tablet", "Phone", "Watch"} << 2 << true;
     QTest::newRow("Alt+Up moves up")
-        << 3 << "Alt+Up" << QStringList{"Base", "Phone", "Watch", "Tablet"} << 2;
+        << 3 << "Alt+Up" << QStringList{"Base", "Phone", "Watch", "Tablet"} << 2 << true;
     // A refused move leaves the key to the list, which moves only the selection.
-    QTest::newRow("Alt+Up refused into the base row") << 1 << "Alt+Up" << unchanged << 0;
-    QTest::newRow("Alt+Down refused on the last row") << 3 << "Alt+Down" << unchanged << 3;
+    QTest::newRow("Alt+Up refused into the base row") << 1 << "Alt+Up" << unchanged << 0 << false;
+    QTest::newRow("Alt+Down refused on the last row") << 3 << "Alt+Down" << unchanged << 3 << true;
 }
 
 void ProfileMenuTest::keysEditTheList()
@@ -122,6 +99,7 @@ void ProfileMenuTest::keysEditTheList()
     QFETCH(QString, keys);
     QFETCH(QStringList, names);
     QFETCH(int, current);
+    QFETCH(bool, keepsEdit);
 
     MainWindow w;
     const QList<Profile> before = W::Profiles(w);
@@ -131,110 +109,64 @@ void ProfileMenuTest::keysEditTheList()
         expected.last().name = name;
     }
     QVERIFY(ShowWithListFocus(w, row));
+    W::Arguments(w)->setText(QStringLiteral(" -edited"));
 
     QTest::keySequence(W::ProfileList(w), QKeySequence(keys));
 
     QCOMPARE(W::Profiles(w), expected);
     QVERIFY(W::InStep(w));
     QCOMPARE(W::ProfileList(w)->currentRow(), current);
-    QCOMPARE(W::Controls(w), expected[current]);
-    QVERIFY(!W::AddUpdateButton(w)->isEnabled());
+    Profile shown = expected[current];
+    if (keepsEdit)
+        shown.arguments = QStringLiteral(" -edited");
+    QCOMPARE(W::Controls(w), shown);
+    QCOMPARE(W::AddUpdateButton(w)->isEnabled(), keepsEdit);
 }
 
-void ProfileMenuTest::moveKeepsUnsavedControls()
-{
-    MainWindow w;
-    const Profile tablet = W::Profiles(w)[2];
-    QVERIFY(ShowWithListFocus(w, 2));
-    W::Arguments(w)->setText(QStringLiteral(" -edited"));
-
-    QTest::keyClick(W::ProfileList(w), Qt::Key_Up, Qt::AltModifier);
-
-    QCOMPARE(W::ProfileList(w)->currentRow(), 1);
-    QCOMPARE(W::Profiles(w)[1], tablet);
-    QCOMPARE(W::Arguments(w)->text(), QStringLiteral(" -edited"));
-    QVERIFY(W::AddUpdateButton(w)->isEnabled());
-}
-
-void ProfileMenuTest::rename_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QStringList>("steps"); // "typed|button"
-    QTest::addColumn<QStringList>("seen");
-    QTest::addColumn<QString>("newName"); // null: nothing changes
-
-    const auto refusal = [](const char* text) { return NameDialog + QLatin1String(text); };
-    const QString taken =
-        refusal("Another profile already has this name. Please choose another name.");
-    const QString empty = refusal("A profile name can't be empty. Please choose another name.");
-    const QString unreadable =
-        refusal("Launcher.ini can't keep this name as typed. Please choose another name.");
-
-    QTest::newRow("new name") << 1 << QStringList{"Mobile|OK"} << QStringList{NameDialog}
-                              << "Mobile";
-    QTest::newRow("taken name refused, asked again, cancelled")
-        << 1 << QStringList{"Tablet|OK", "|OK", "|Cancel"}
-        << QStringList{NameDialog, taken, NameDialog} << QString();
-    QTest::newRow("empty name refused, then renamed")
-        << 3 << QStringList{"|OK", "|OK", "Mobile|OK"} << QStringList{NameDialog, empty, NameDialog}
-        << "Mobile";
-    QTest::newRow("line break refused")
-        << 1 << QStringList{"Mobile\nHD|OK", "|OK", "|Cancel"}
-        << QStringList{NameDialog, unreadable, NameDialog} << QString();
-}
-
+// Refused names are offered again to be fixed: a taken one, a line break, then an empty one
+// before a good one; the last is kept.
 void ProfileMenuTest::rename()
 {
-    QFETCH(int, row);
-    QFETCH(QStringList, steps);
-    QFETCH(QStringList, seen);
-    QFETCH(QString, newName);
-
     MainWindow w;
     QList<Profile> expected = W::Profiles(w);
-    if (!newName.isNull())
-        expected[row].name = newName;
-    QVERIFY(ShowWithListFocus(w, row));
-
-    // Each name dialog opens with the name it last had: the profile's, then the refused one.
-    ModalAnswerer answerer;
-    auto shown = std::make_shared<QString>(W::Profiles(w)[row].name);
-    for (const QString& step : steps) {
-        answerer.enqueue([=](QWidget* dialog) {
-            if (auto* input = qobject_cast<QInputDialog*>(dialog)) {
-                QCOMPARE(input->labelText(), "Enter the new name for the profile");
-                QCOMPARE(input->textValue(), *shown);
-                *shown = step.section(u'|', 0, 0);
-                input->setTextValue(*shown);
-            }
-            ModalAnswerer::PressButton(dialog, step.section(u'|', 1));
-        });
+    expected[1].name = QStringLiteral("Cell");
+    expected[3].name = QStringLiteral("Mobile");
+    const QString refused = QStringLiteral("Rename Profile|%1 Please choose another name.");
+    ModalAnswerer answerer({"Tablet|OK", "OK", "|Cancel", "Mobile\nHD|OK", "OK", "|Cancel", "|OK",
+                            "OK", "Mobile|OK", "Cell|OK"});
+    for (const int row : {1, 1, 3, 1}) {
+        QVERIFY(ShowWithListFocus(w, row));
+        QTest::keyClick(W::ProfileList(w), Qt::Key_F2);
     }
-    answerer.guard();
-    QTest::keyClick(W::ProfileList(w), Qt::Key_F2);
 
-    QCOMPARE(answerer.seen, seen);
+    QCOMPARE(answerer.seen, (QStringList{NameDialog + "Phone",
+                                         refused.arg("Another profile already has this name."),
+                                         NameDialog + "Tablet", NameDialog + "Phone",
+                                         refused.arg("Launcher.ini can't keep this name as typed."),
+                                         NameDialog + "Mobile\nHD", NameDialog + "Watch",
+                                         refused.arg("A profile name can't be empty."), NameDialog,
+                                         NameDialog + "Phone"}));
     QCOMPARE(W::Profiles(w), expected);
     QVERIFY(W::InStep(w));
-    QCOMPARE(W::ProfileList(w)->currentRow(), row);
-    QVERIFY(W::CommandLine(w)->text().contains(u'"' + expected[row].name + u'"'));
+    QCOMPARE(W::ProfileList(w)->currentRow(), 1);
+    QVERIFY(W::CommandLine(w)->text().contains("\"Cell\""));
 }
 
 void ProfileMenuTest::menuFollowsRow_data()
 {
     QTest::addColumn<int>("row");
     QTest::addColumn<bool>("rightClick"); // else the Menu key on the current row
-    QTest::addColumn<QStringList>("disabled");
-    QTest::newRow("base row, Menu key") << 0 << false << QStringList{"Move Up", "Move Down"};
-    QTest::newRow("second row, right click") << 1 << true << QStringList{"Move Up"};
-    QTest::newRow("last row, Menu key") << 3 << false << QStringList{"Move Down"};
+    QTest::addColumn<QString>("menu");    // "(disabled)", "|" a separator
+    QTest::newRow("base row, Menu key") << 0 << false << "(Move Up) (Move Down)";
+    QTest::newRow("second row, right click") << 1 << true << "(Move Up) Move Down";
+    QTest::newRow("last row, Menu key") << 3 << false << "Move Up (Move Down)";
 }
 
 void ProfileMenuTest::menuFollowsRow()
 {
     QFETCH(int, row);
     QFETCH(bool, rightClick);
-    QFETCH(QStringList, disabled);
+    QFETCH(QString, menu);
 
     MainWindow w;
     // A right click picks its own row, so it starts from another one.
@@ -250,102 +182,61 @@ void ProfileMenuTest::menuFollowsRow()
         QApplication::sendEvent(w.windowHandle(), &menuKey);
     }
     QTRY_VERIFY(W::ProfileMenu(w) && W::ProfileMenu(w)->isVisible());
-    QMenu* menu = W::ProfileMenu(w);
     QCOMPARE(W::ProfileList(w)->currentRow(), row);
-
-    QStringList names;
-    QStringList off;
-    for (const QAction* action : menu->actions()) {
-        if (action->isSeparator())
-            continue;
-        names.append(action->text());
-        if (!action->isEnabled())
-            off.append(action->text());
+    QStringList shown;
+    for (const QAction* action : W::ProfileMenu(w)->actions()) {
+        const QString text = action->text();
+        shown << (action->isSeparator() ? "|" : action->isEnabled() ? text : '(' + text + ')');
     }
-    menu->hide();
-    QCOMPARE(names, MenuTexts);
-    QCOMPARE(off, disabled);
+    W::ProfileMenu(w)->hide();
+    QCOMPARE(shown.join(u' '), "Duplicate Rename\u2026 Copy Command Line | " + menu + " | Launch");
 
     // The preview is not in the Tab chain, so the accessibility test can't find it.
     QCOMPARE(QAccessible::queryAccessibleInterface(W::CommandLine(w))->text(QAccessible::Name),
              "Command line");
 }
 
-void ProfileMenuTest::previewIsWhatLaunchStarts_data()
-{
-    QTest::addColumn<QString>("how");
-    QTest::addColumn<QString>("typed"); // arguments typed on "Phone HD"; null: as stored
-    const QString quoted = QStringLiteral("-title \"two words\"  -gpu on");
-    QTest::newRow("Launch button") << "button" << quoted;
-    QTest::newRow("Enter on the list") << "enter" << quoted;
-    QTest::newRow("double-click on another row") << "double-click" << QString();
-    QTest::newRow("Copy Command Line, nothing started") << "copy" << quoted;
-}
-
+// Each way to launch starts what the preview shows, and only a launch looks the emulator up
+// with a trace.
 void ProfileMenuTest::previewIsWhatLaunchStarts()
 {
-    QFETCH(QString, how);
-    QFETCH(QString, typed);
     QVERIFY(WriteText(UserConfigPath(), LaunchConfig));
-    static int run = 0;
-    const QString recordPath = m_records.filePath(QStringLiteral("starts-%1.jsonl").arg(++run));
+    const QString recordPath = UsePrivateDataLocation() + QStringLiteral("/starts.jsonl");
     qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(recordPath));
-
-    MainWindow w;
-    ProfileQListWidget* list = W::ProfileList(w);
-    QVERIFY(ShowWithListFocus(w, how == "double-click" ? 0 : 1));
-    if (!typed.isNull())
-        W::Arguments(w)->setText(typed);
-
-    // Each click starts an emulator of its own.
-    if (how == "button") {
-        ButtonWithText(w, "&Launch")->click();
-        ButtonWithText(w, "&Launch")->click();
-    } else if (how == "enter")
-        QTest::keyClick(list, Qt::Key_Return);
-    else if (how == "double-click")
-        QTest::mouseDClick(
-            w.windowHandle(), Qt::LeftButton, {},
-            list->viewport()->mapTo(&w, list->visualItemRect(list->item(1)).center()));
-    else
-        Action(w, "Copy Command Line")->trigger();
-
-    const QString preview = W::CommandLine(w)->text();
-    QCOMPARE(W::CommandLine(w)->toolTip(), preview);
-    QVERIFY2(preview.endsWith(QStringLiteral(" -profile-name \"Phone HD\" ") +
-                              (typed.isNull() ? QStringLiteral(" -gpu on") : typed)),
-             qPrintable(preview));
-    QStringList argv = QProcess::splitCommand(preview);
-    QCOMPARE(argv.takeFirst(), GetFileName(EmulatorFile));
-    if (how == "copy") {
-        QCOMPARE(QGuiApplication::clipboard()->text(), preview);
-        QTest::qWait(200);
-        QCOMPARE(Recorded(recordPath), QList<QStringList>());
-        return;
-    }
-    const QList<QStringList> starts(how == "button" ? 2 : 1, argv);
-    QTRY_COMPARE_WITH_TIMEOUT(Recorded(recordPath), starts, 15000);
-    QCOMPARE(list->currentRow(), 1);
-}
-
-// Only a launch looks the emulator up with a trace; start-up and the preview don't.
-void ProfileMenuTest::previewAddsNoTraceLines()
-{
     g_traces.clear();
     const QtMessageHandler previous = qInstallMessageHandler(RecordTrace);
+    const auto restore = qScopeGuard([previous] { qInstallMessageHandler(previous); });
     MainWindow w;
-    QTest::keyClicks(W::Arguments(w), QStringLiteral(" -x"));
-    W::ComboBox(w, OptionKind::Resolution)->setCurrentIndex(2);
-    W::Select(w, 1);
-    Action(w, "Duplicate")->trigger();
-    Action(w, "Move Down")->trigger();
-    const QStringList beforeLaunch = g_traces;
-    ButtonWithText(w, "&Launch")->click();
-    qInstallMessageHandler(previous);
+    ProfileQListWidget* list = W::ProfileList(w);
+    QVERIFY(ShowWithListFocus(w, 0));
+    // The arguments the preview's command passes, once it ends as it should.
+    const auto previewed = [&w](const QString& arguments) {
+        const QString preview = W::CommandLine(w)->text();
+        QStringList argv = QProcess::splitCommand(preview);
+        const bool ok = W::CommandLine(w)->toolTip() == preview &&
+                        preview.endsWith(" -profile-name \"Phone HD\" " + arguments) &&
+                        argv.takeFirst() == ResolveFileName(EmulatorFile);
+        return ok ? argv : QStringList{preview};
+    };
 
-    QCOMPARE(beforeLaunch, QStringList());
-    QCOMPARE(g_traces, QStringList{QStringLiteral("GetFileName( 3 ): result= \"%1\" ")
-                                       .arg(ResolveFileName(EmulatorFile))});
+    QTest::mouseDClick(w.windowHandle(), Qt::LeftButton, {},
+                       list->viewport()->mapTo(&w, list->visualItemRect(list->item(1)).center()));
+    const QStringList stored = previewed(" -gpu on");
+    QTRY_COMPARE_WITH_TIMEOUT(Recorded(recordPath), QList<QStringList>{stored}, 15000);
+    W::Arguments(w)->setText(QStringLiteral("-title \"two words\"  -gpu on"));
+    list->actions()[2]->trigger(); // Copy Command Line
+    QCOMPARE(QGuiApplication::clipboard()->text(), W::CommandLine(w)->text());
+    QTest::keyClick(list, Qt::Key_Return);
+    // Each click starts an emulator of its own.
+    ButtonWithText(w, "&Launch")->click();
+    ButtonWithText(w, "&Launch")->click();
+
+    const QStringList typed = previewed("-title \"two words\"  -gpu on");
+    QTRY_COMPARE_WITH_TIMEOUT(Recorded(recordPath),
+                              (QList<QStringList>{stored, typed, typed, typed}), 15000);
+    QCOMPARE(list->currentRow(), 1);
+    QCOMPARE(g_traces, QStringList(4, QStringLiteral("GetFileName( 3 ): result= \"%1\" ")
+                                          .arg(ResolveFileName(EmulatorFile))));
 }
 
 QTEST_MAIN(ProfileMenuTest)

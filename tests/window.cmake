@@ -1,4 +1,4 @@
-# The main window and the start-up paths.
+# The main window, its keys and what a screen reader gets, and the start-up paths.
 launcher_test(tst_mainwindow LABEL gui SOURCES tst_mainwindow.cpp LIBS launcherui)
 
 # The real entry point with a companion that answers the start-up box and closes the window
@@ -10,4 +10,3 @@ target_link_libraries(startup_launcher PRIVATE launchermain launcherui)
 launcher_test(tst_startup LABEL process SOURCES tst_startup.cpp LIBS launchercore)
 target_compile_definitions(tst_startup PRIVATE STARTUP_LAUNCHER="$<TARGET_FILE:startup_launcher>")
 add_dependencies(tst_startup startup_launcher)
-launcher_test(tst_accessibility LABEL gui SOURCES tst_accessibility.cpp LIBS launcherui)

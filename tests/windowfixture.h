@@ -11,67 +11,43 @@
 
 class WindowFixture
 {
+    using View = const MainWindow&;
+
 public:
-    static QList<Profile>& Profiles(MainWindow& window) { return window.m_profiles; }
-    static QList<ConfigSection>& Sections(MainWindow& window) { return window.m_sections; }
-    static ProfileQListWidget* ProfileList(const MainWindow& window)
+    static QList<Profile>& Profiles(MainWindow& w) { return w.m_profiles; }
+    static QList<ConfigSection>& Sections(MainWindow& w) { return w.m_sections; }
+    static ProfileQListWidget* ProfileList(View w) { return w.m_profileList; }
+    static QLineEdit* Arguments(View w) { return w.m_argumentsEdit; }
+    static QPushButton* AddUpdateButton(View w) { return w.m_addUpdateButton; }
+    static QPushButton* RemoveProfileButton(View w) { return w.m_removeProfileButton; }
+    static QPushButton* RemoveButton(View w, OptionKind kind)
     {
-        return window.m_profileList;
+        return kind == OptionKind::Resolution ? w.m_removeResolutionButton
+                                              : w.m_removePixelDensityButton;
     }
-    static QLineEdit* Arguments(const MainWindow& window) { return window.m_argumentsEdit; }
-    static QPushButton* AddUpdateButton(const MainWindow& window)
-    {
-        return window.m_addUpdateButton;
-    }
-    static QPushButton* RemoveProfileButton(const MainWindow& window)
-    {
-        return window.m_removeProfileButton;
-    }
-    static QPushButton* RemoveButton(const MainWindow& window, OptionKind kind)
-    {
-        return kind == OptionKind::Resolution ? window.m_removeResolutionButton
-                                              : window.m_removePixelDensityButton;
-    }
-    static QComboBox* ComboBox(const MainWindow& window, OptionKind kind)
-    {
-        return window.ComboBox(kind);
-    }
+    static QComboBox* ComboBox(View w, OptionKind kind) { return w.ComboBox(kind); }
     // What the controls show, as the profile the window would store or launch.
-    static Profile Controls(const MainWindow& window) { return window.ControlsProfile(); }
-    static void Select(MainWindow& window, int row) { window.m_profileList->setCurrentRow(row); }
+    static Profile Controls(View w) { return w.ControlsProfile(); }
+    static void Select(MainWindow& w, int row) { w.m_profileList->setCurrentRow(row); }
     // As when no single-instance lock guards the user's file; takes effect at the next load.
-    static void WatchUserFile(MainWindow& window) { window.m_watchUserFile = true; }
-    // Sets the option rows and the arguments field as profile has them; its name is ignored.
-    static void SetControls(MainWindow& window, const Profile& profile)
-    {
-        for (const OptionKind kind : AllOptionKinds)
-            ComboBox(window, kind)->setCurrentIndex(ChosenIndex(profile, kind));
-        window.m_argumentsEdit->setText(profile.arguments);
-    }
+    static void WatchUserFile(MainWindow& w) { w.m_watchUserFile = true; }
 
     // Whether the profile list and the combo boxes show what the model holds.
-    static bool InStep(const MainWindow& window)
+    static bool InStep(View w)
     {
-        bool same = window.m_profileList->count() == window.m_profiles.size();
-        for (int i = 0; same && i < window.m_profiles.size(); ++i)
-            same = window.m_profileList->item(i)->text() == window.m_profiles[i].name;
+        bool same = w.m_profileList->count() == w.m_profiles.size();
+        for (int i = 0; same && i < w.m_profiles.size(); ++i)
+            same = w.m_profileList->item(i)->text() == w.m_profiles[i].name;
         for (const OptionKind kind : AllOptionKinds) {
-            const QList<OptionEntry>& entries = window.m_sections[SectionIndex(kind)].entries;
-            same = same && ComboBox(window, kind)->count() == entries.size();
+            const QList<OptionEntry>& entries = w.m_sections[SectionIndex(kind)].entries;
+            same = same && ComboBox(w, kind)->count() == entries.size();
             for (int i = 0; same && i < entries.size(); ++i)
-                same = ComboBox(window, kind)->itemText(i) == entries[i].key;
+                same = ComboBox(w, kind)->itemText(i) == entries[i].key;
         }
         return same;
     }
-    static QStringList Names(const QList<Profile>& profiles)
-    {
-        QStringList names;
-        for (const Profile& profile : profiles)
-            names.append(profile.name);
-        return names;
-    }
 
     // The command preview and the profile list's menu.
-    static QLineEdit* CommandLine(const MainWindow& window) { return window.m_commandEdit; }
-    static QMenu* ProfileMenu(const MainWindow& window) { return window.m_profileMenu; }
+    static QLineEdit* CommandLine(View w) { return w.m_commandEdit; }
+    static QMenu* ProfileMenu(View w) { return w.m_profileMenu; }
 };
