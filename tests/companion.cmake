@@ -3,7 +3,7 @@
 launcher_test(tst_profileio LABEL unit SOURCES tst_profileio.cpp LIBS launchercore)
 
 foreach(test tst_companion tst_companionimport)
-    launcher_test(${test} LABEL process SOURCES ${test}.cpp companionfixture.h LIBS launcherui)
+    launcher_test(${test} LABEL process SOURCES ${test}.cpp companionfixture.h LIBS launchercore)
     target_compile_definitions(${test} PRIVATE
         COMPANION="$<TARGET_FILE:nimbra-mobile-launch>"
         LAUNCHER_EXECUTABLE="$<TARGET_FILE:nimbra-mobile-launcher>")

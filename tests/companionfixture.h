@@ -49,20 +49,13 @@ struct Run
 
 inline Run Companion(const QStringList& arguments, const QString& program = COMPANION)
 {
-    QProcess process;
+    QProcess process; // kills a program still running when it goes
     process.start(program, arguments);
     process.closeWriteChannel();
-    Run run;
-    if (!process.waitForFinished(20000)) {
-        process.kill();
-        process.waitForFinished();
-        return run;
-    }
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    if (process.exitStatus() == QProcess::NormalExit)
-        run.status = process.exitCode();
-    return run;
+    const bool ended =
+        process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
+    return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
+            process.readAllStandardError()};
 }
 
 // The emulator the companion in the build's app folder starts.
@@ -73,12 +66,17 @@ inline QString Emulator()
         .absolutePath();
 }
 
-inline QStringList Names(const QString& path)
+inline ConfigModel Load(const QString& path)
 {
     ConfigModel model;
     ReadModel(path, model);
+    return model;
+}
+
+inline QStringList Names(const QString& path)
+{
     QStringList names;
-    for (const Profile& profile : model.profiles)
+    for (const Profile& profile : Load(path).profiles)
         names.append(profile.name);
     return names;
 }
@@ -86,8 +84,7 @@ inline QStringList Names(const QString& path)
 // What the core's launch function starts for the profile name in the file at path.
 inline QStringList CoreArguments(const QString& path, const QString& name)
 {
-    ConfigModel model;
-    ReadModel(path, model);
+    const ConfigModel model = Load(path);
     const int row = FindProfile(model.profiles, name);
     return row < 0 ? QStringList{"(no profile)"}
                    : BuildLaunchCommand(Emulator(), model.sections, model.profiles[row]).arguments;

@@ -1,7 +1,6 @@
 // nimbra-mobile-launch as users run it: reading commands, launches (the arguments the stand-in
 // emulator receives), exit statuses, and bad input that must change nothing.
 #include "companionfixture.h"
-#include "windowfixture.h"
 
 class CompanionTest : public CompanionTestBase
 {
@@ -10,18 +9,18 @@ class CompanionTest : public CompanionTestBase
 private slots:
     void init() { SetUpHome(); }
 
-    void readingCommands_data()
+    // Reading commands and refusals: whatever they print, they change no file and start
+    // nothing.
+    void commands_data()
     {
         QTest::addColumn<QByteArray>("userFile"); // none when null
         QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("out"); // the default file's names when null
-        QTest::addColumn<QByteArray>("err");
+        QTest::addColumn<QByteArray>("err"); // followed by the usage when it ends in "."
 
-        QTest::newRow("list: file order, duplicates kept")
-            << CompanionConfig << QStringList{"--list"}
-            << QByteArray("Default\nPhone HD\nPhone HD\n") << QByteArray();
         QTest::newRow("long list: name, tab, command")
-            << CompanionConfig << QStringList{"--list", "--long"}
+            << CompanionConfig << QStringList{"--list", "--long"} << 0
             << QByteArray("Default\t\"EMU\"  -profile-name \"Default\" \n"
                           "Phone HD\t\"EMU\"  -windowsize 720x1280 -ppi 240 -profile-name "
                           "\"Phone HD\"  -gpu on\n"
@@ -29,45 +28,77 @@ private slots:
                           "\"Phone HD\" \n")
             << QByteArray();
         QTest::newRow("command of the first of two of a name")
-            << CompanionConfig << QStringList{"--command", "Phone HD"}
+            << CompanionConfig << QStringList{"--command", "Phone HD"} << 0
             << QByteArray(
                    "\"EMU\"  -windowsize 720x1280 -ppi 240 -profile-name \"Phone HD\"  -gpu on\n")
             << QByteArray();
         QTest::newRow("no user file: the defaults, silently")
-            << QByteArray() << QStringList{"--list"} << QByteArray() << QByteArray();
+            << QByteArray() << QStringList{"--list"} << 0 << QByteArray() << QByteArray();
         QTest::newRow("out-of-date user file: the defaults, said, the file left alone")
-            << QByteArray("$VERSION\t102\n[Profile]\n\"Old\"\t\"\"\n") << QStringList{"--list"}
+            << QByteArray("$VERSION\t102\n[Profile]\n\"Old\"\t\"\"\n") << QStringList{"--list"} << 0
             << QByteArray()
             << QByteArray("@/data/Nimbra Mobile/Launcher.ini is out of date (version 102); "
                           "using the defaults.\n");
+
+        const auto refused = [](const char* name, const QStringList& arguments, int status,
+                                const char* err) {
+            QTest::newRow(name) << CompanionConfig << arguments << status << QByteArray("")
+                                << QByteArray(err);
+        };
+        refused("unknown name: close names", {"phone hd", "-x"}, 2,
+                "No profile named \"phone hd\".\nClose names:\n  Phone HD\n");
+        refused("unknown name: none close", {"--command", "Tablet"}, 2,
+                "No profile named \"Tablet\".\n");
+        refused("one unknown name fails the export", {"--export", "Default", "Watch"}, 2,
+                "No profile named \"Watch\".\n");
+        refused("unknown option", {"--lsit"}, 2, "Unknown option --lsit.");
+        refused("no name", {"--wait"}, 2, "No profile name given.");
+        refused("two commands", {"--list", "--export"}, 2,
+                "Give only one of --list, --command, --export, --import.");
+        refused("--file without a path", {"--list", "--file"}, 2, "--file needs a path.");
+        refused("missing --file", {"--file", "@/none.ini", "--list"}, 1,
+                "Cannot read @/none.ini.\n");
+        refused("binary --file", {"--file", "@/junk.ini", "Default"}, 1,
+                "@/junk.ini is not a Launcher.ini of a version this program reads (version 0).\n");
+        refused("missing file to import", {"--import", "@/none.ini"}, 1,
+                "Cannot read @/none.ini: nothing imported.\n");
+        refused("out-of-date file to import", {"--import", "@/junk.ini"}, 1,
+                "@/junk.ini is not a Launcher.ini of a version this program reads (version 0): "
+                "nothing imported.\n");
     }
 
-    void readingCommands()
+    void commands()
     {
         QFETCH(QByteArray, userFile);
         QFETCH(QStringList, arguments);
+        QFETCH(int, status);
         QFETCH(QByteArray, out);
         QFETCH(QByteArray, err);
         if (!userFile.isNull())
             QVERIFY(WriteText(UserConfigPath(), userFile));
+        QVERIFY(WriteText(Path("junk.ini"), "\x01\xfe junk\n\"\"\"\t[Profile]\n"));
         const QStringList filesBefore = DataFiles();
 
         const Run run = Companion(Expand(arguments));
-        QCOMPARE(run.err, Expand(err));
+        QCOMPARE(run.status, status);
+        if (err.endsWith('.'))
+            QVERIFY2(run.err.startsWith(err + "\nUsage: nimbra-mobile-launch"), run.err);
+        else
+            QCOMPARE(run.err, Expand(err));
         const QStringList defaults = Names(SourceResource("LauncherDefault.ini"));
         QCOMPARE(run.out, out.isNull() ? defaults.join(u'\n').toUtf8() + '\n' : Expand(out));
-        QCOMPARE(run.status, 0);
         QCOMPARE(DataFiles(), filesBefore);
         if (!userFile.isNull())
             QCOMPARE(ReadBytes(UserConfigPath()), userFile);
+        QCOMPARE(Recorded(RecordPath()), QList<QStringList>());
     }
 
-    void launchStartsWhatTheWindowStarts()
+    // What the window starts for the profile, then the extra arguments, each one argument as
+    // the shell gave it.
+    void launchStartsTheProfileCommand()
     {
         QVERIFY(WriteText(UserConfigPath(), CompanionConfig));
         const QStringList phone = CoreArguments(UserConfigPath(), "Phone HD");
-
-        // Extra arguments follow the profile's own, each one argument as the shell gave it.
         const Run run = Companion({"Phone HD", "-x", "a b", "\"q\""});
         QCOMPARE(run.status, 0);
         QCOMPARE(run.out + run.err, QByteArray());
@@ -76,14 +107,6 @@ private slots:
 
         QCOMPARE(Companion({"--wait", "Phone HD"}).status, 0);
         QCOMPARE(Recorded(RecordPath()), (QList<QStringList>{withExtras, phone}));
-
-        // The window's Launch on the same file and profile.
-        UseFixtureAppFolder();
-        MainWindow window(nullptr);
-        WindowFixture::Select(window, 1);
-        QTest::mouseClick(ButtonWithText(window, "&Launch"), Qt::LeftButton);
-        QTRY_COMPARE_WITH_TIMEOUT(Recorded(RecordPath()).size(), 3, 15000);
-        QCOMPARE(Recorded(RecordPath()).constLast(), phone);
     }
 
     void exitStatus_data()
@@ -126,67 +149,6 @@ private slots:
             QVERIFY2(run.err.startsWith("Failed to start Nimbra Mobile Emulator: "), run.err);
         else
             QCOMPARE(run.err, QByteArray());
-    }
-
-    void badInputChangesNothing_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("err"); // followed by the usage when it ends in "."
-
-        QTest::newRow("unknown name: close names")
-            << QStringList{"phone hd", "-x"} << 2
-            << QByteArray("No profile named \"phone hd\".\nClose names:\n  Phone HD\n");
-        QTest::newRow("unknown name: none close") << QStringList{"--command", "Tablet"} << 2
-                                                  << QByteArray("No profile named \"Tablet\".\n");
-        QTest::newRow("one unknown name fails the export")
-            << QStringList{"--export", "Default", "Watch"} << 2
-            << QByteArray("No profile named \"Watch\".\n");
-        QTest::newRow("unknown option")
-            << QStringList{"--lsit"} << 2 << QByteArray("Unknown option --lsit.");
-        QTest::newRow("no name") << QStringList{"--wait"} << 2
-                                 << QByteArray("No profile name given.");
-        QTest::newRow("two commands") << QStringList{"--list", "--export"} << 2
-                                      << QByteArray("Give only one of --list, --command, "
-                                                    "--export, --import.");
-        QTest::newRow("--file without a path")
-            << QStringList{"--list", "--file"} << 2 << QByteArray("--file needs a path.");
-        QTest::newRow("missing --file") << QStringList{"--file", "@/none.ini", "--list"} << 1
-                                        << QByteArray("Cannot read @/none.ini.\n");
-        QTest::newRow("binary --file")
-            << QStringList{"--file", "@/junk.ini", "Default"} << 1
-            << QByteArray("@/junk.ini is not a Launcher.ini of a version this program reads "
-                          "(version 0).\n");
-        QTest::newRow("missing file to import")
-            << QStringList{"--import", "@/none.ini"} << 1
-            << QByteArray("Cannot read @/none.ini: nothing imported.\n");
-        QTest::newRow("out-of-date file to import")
-            << QStringList{"--import", "@/junk.ini"} << 1
-            << QByteArray("@/junk.ini is not a Launcher.ini of a version this program reads "
-                          "(version 0): nothing imported.\n");
-    }
-
-    void badInputChangesNothing()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(int, status);
-        QFETCH(QByteArray, err);
-        QVERIFY(WriteText(UserConfigPath(), CompanionConfig));
-        QByteArray junk(4096, '\0');
-        for (int i = 0; i < junk.size(); ++i)
-            junk[i] = char(i * 7919 % 251);
-        QVERIFY(WriteText(Path("junk.ini"), junk + "\n\"\"\"\t[Profile]\n"));
-
-        const Run run = Companion(Expand(arguments));
-        QCOMPARE(run.status, status);
-        QCOMPARE(run.out, QByteArray());
-        if (err.endsWith('.'))
-            QVERIFY2(run.err.startsWith(err + "\nUsage: nimbra-mobile-launch"), run.err);
-        else
-            QCOMPARE(run.err, Expand(err));
-        QCOMPARE(ReadBytes(UserConfigPath()), CompanionConfig);
-        QCOMPARE(DataFiles(), QStringList{"Launcher.ini"});
-        QCOMPARE(Recorded(RecordPath()), QList<QStringList>());
     }
 };
 

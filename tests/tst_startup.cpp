@@ -24,7 +24,6 @@ QStringList RunLauncher(const QString& program, const QString& dataHome)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
     process.setProcessEnvironment(environment);
     process.start(program, {});
@@ -41,6 +40,14 @@ QStringList RunLauncher(const QString& program, const QString& dataHome)
     return result;
 }
 
+// A copy in a fixture app folder, with or without the shipped files: an instance identity no
+// other run shares.
+QString CopyLauncher(bool withShippedFiles)
+{
+    const QString program = UseFixtureAppFolder(withShippedFiles) + "/startup_launcher";
+    return QFile::copy(QStringLiteral(STARTUP_LAUNCHER), program) ? program : QString();
+}
+
 } // namespace
 
 class StartupTest : public QObject
@@ -48,39 +55,29 @@ class StartupTest : public QObject
     Q_OBJECT
 
 private slots:
-    void firstRunSavesDefaultsAtExit();
-    void noConfigurationEndsWithStatus1();
+    void firstRunSavesDefaultsAtExit()
+    {
+        QTemporaryDir dataHome;
+        const QString program = CopyLauncher(true);
+        QVERIFY(!program.isEmpty());
+        // No box, and the file appears only after the window has closed and the loop has ended.
+        QCOMPARE(RunLauncher(program, dataHome.path()),
+                 (QStringList{"0", "closed|Nimbra Mobile Emulator|no file"}));
+        QCOMPARE(ReadBytes(dataHome.path() + "/Nimbra Mobile/Launcher.ini"),
+                 ReadBytes(SourceResource("LauncherDefault.ini")));
+    }
+
+    void noConfigurationEndsWithStatus1()
+    {
+        QTemporaryDir dataHome;
+        const QString program = CopyLauncher(false);
+        QVERIFY(!program.isEmpty());
+        // Only the box, no window, and nothing written.
+        QCOMPARE(RunLauncher(program, dataHome.path()), (QStringList{"1", CriticalBox}));
+        QVERIFY(
+            QDir(dataHome.path()).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+    }
 };
-
-void StartupTest::firstRunSavesDefaultsAtExit()
-{
-    QTemporaryDir dataHome;
-    QVERIFY(dataHome.isValid());
-    const QString program = UseFixtureAppFolder() + QStringLiteral("/startup_launcher");
-    QVERIFY(QFile::exists(program) || QFile::copy(QStringLiteral(STARTUP_LAUNCHER), program));
-    // No box, and the file appears only after the window has closed and the loop has ended.
-    QCOMPARE(RunLauncher(program, dataHome.path()),
-             (QStringList{"0", "closed|Nimbra Mobile Emulator|no file"}));
-    const QByteArray shipped = ReadBytes(SourceResource(QStringLiteral("LauncherDefault.ini")));
-    QVERIFY(!shipped.isEmpty());
-    QCOMPARE(ReadBytes(dataHome.path() + QStringLiteral("/Nimbra Mobile/Launcher.ini")), shipped);
-}
-
-void StartupTest::noConfigurationEndsWithStatus1()
-{
-    // A copy in an app folder of its own: no default file beside it, and an instance
-    // identity no other run shares.
-    QTemporaryDir dataHome;
-    QTemporaryDir appHome;
-    const QString macos = appHome.path() + QStringLiteral("/Bare.app/Contents/MacOS");
-    QVERIFY(dataHome.isValid() && QDir().mkpath(macos));
-    const QString program = macos + QStringLiteral("/startup_launcher");
-    QVERIFY(QFile::copy(QStringLiteral(STARTUP_LAUNCHER), program));
-
-    // Only the box, no window, and nothing written.
-    QCOMPARE(RunLauncher(program, dataHome.path()), (QStringList{"1", CriticalBox}));
-    QVERIFY(QDir(dataHome.path()).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
-}
 
 QTEST_GUILESS_MAIN(StartupTest)
 #include "tst_startup.moc"
