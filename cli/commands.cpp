@@ -152,6 +152,8 @@ int ListProfiles(const Options& options)
     // Names alone need no model: the common case streams them from the file.
     if (!options.longList) {
         QByteArray names;
+        // Rarely more than the file holds; growing copies would touch fresh memory again.
+        names.reserve(QFileInfo(ReadPath(options)).size());
         const auto append = [&names](const QString& name) {
             names += name.toUtf8();
             names += '\n';

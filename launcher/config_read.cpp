@@ -178,31 +178,19 @@ qint32 ReadText(const QString& text, QList<ConfigSection>& sections)
     return reader.version;
 }
 
-bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version)
-{
-    QList<ConfigSection> read = NewSections();
-    if (!ReadFileEntries(fileName, AppendTo(read), version))
-        return false;
-    sections = std::move(read);
-    return true;
-}
+namespace {
 
-bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version)
+// Feeds the file to the reader chunkBytes at a time, through one reused buffer.
+void ReadChunks(QFile& file, Reader& reader, qsizetype chunkBytes)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return false;
-    Reader reader{sink};
-    // A chunk at a time into one reused buffer: decoding the whole file first touched megabytes
-    // of fresh memory, most of a short-lived reader's time.
-    QByteArray bytes(ReadChunkBytes, Qt::Uninitialized);
-    // Room for a chunk after an unfinished line of up to a chunk, so it is rarely reallocated.
+    QByteArray bytes(chunkBytes, Qt::Uninitialized);
+    // Room for a chunk after an unfinished line, so it is rarely reallocated.
     QString text;
-    text.reserve(2 * ReadChunkBytes);
+    text.reserve(chunkBytes + ReadChunkBytes);
     QString previousLine;
     std::optional<QStringDecoder> decoder;
     qint64 count = 0;
-    while ((count = file.read(bytes.data(), ReadChunkBytes)) > 0) {
+    while ((count = file.read(bytes.data(), chunkBytes)) > 0) {
         // Every carriage return goes, as text mode drops them, but only where there are any:
         // text mode looks at each byte, a cost most files need not pay.
         char* const end = bytes.data() + count;
@@ -233,6 +221,36 @@ bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* ver
     if (!text.isEmpty())
         ReadLine(reader, text);
     ReadEnd(reader);
+}
+
+} // namespace
+
+bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    QList<ConfigSection> read = NewSections();
+    const EntrySink sink = AppendTo(read);
+    Reader reader{sink};
+    // In one piece, as the model is kept anyway. In chunks, loading a large file again and
+    // again took twice as long: freeing no large block left the C library's trim threshold low,
+    // so it handed each model's memory back to the system and the next load faulted it in anew.
+    ReadChunks(file, reader, std::max(file.size(), ReadChunkBytes));
+    *version = reader.version;
+    sections = std::move(read);
+    return true;
+}
+
+bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    Reader reader{sink};
+    // In chunks: a reader that keeps little touches little fresh memory, most of a short-lived
+    // reader's time.
+    ReadChunks(file, reader, ReadChunkBytes);
     *version = reader.version;
     return true;
 }
