@@ -1,8 +1,7 @@
 #include "qtsingleapplication.h"
 
-#include "instance.h"
-
 #include "filelocations.h"
+#include "instance.h"
 #include "instancechannel.h"
 
 #include <QDir>
