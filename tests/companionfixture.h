@@ -1,5 +1,5 @@
-// Shared by the tests that run nimbra-mobile-launch as users run it: the program started with
-// fresh data and runtime folders, its output, and the files it is given.
+// For the tests that run nimbra-mobile-launch as users run it: the program started with fresh
+// data and runtime folders, its output, and the files it is given.
 #pragma once
 
 #include "instance.h"
@@ -110,13 +110,6 @@ protected:
         // The emulator first: the test's folder has a random name.
         return text.replace("EMU", QFile::encodeName(Emulator()))
             .replace('@', QFile::encodeName(m_home->path()));
-    }
-    QStringList Expand(const QStringList& arguments) const
-    {
-        QStringList expanded;
-        for (const QString& argument : arguments)
-            expanded.append(QString::fromUtf8(Expand(argument.toUtf8())));
-        return expanded;
     }
 
     void SetUpHome()

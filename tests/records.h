@@ -28,4 +28,3 @@ inline QDebug operator<<(QDebug debug, const Profile& profile)
 
 Q_DECLARE_METATYPE(OptionEntry)
 Q_DECLARE_METATYPE(Profile)
-Q_DECLARE_METATYPE(OptionKind)

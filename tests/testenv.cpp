@@ -49,6 +49,7 @@ QString UseFixtureAppFolder(bool withShippedFiles)
         QFile::link(QStringLiteral(INSTANCE_MODULE),
                     plugins + QStringLiteral("/") + QFileInfo(INSTANCE_MODULE).fileName());
     SetApplicationDirForTesting(macos);
+    UsePrivateDataLocation();
     return macos;
 }
 

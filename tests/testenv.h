@@ -8,8 +8,9 @@
 QString UsePrivateDataLocation();
 
 // Builds a private app folder laid out like the shipped one and points the launcher's file
-// lookups at it. With shipped files, its Resources hold LauncherDefault.ini, the help page and
-// the stand-in emulator; without, it is empty. Returns the folder's Contents/MacOS.
+// lookups at it, and the data location at a private folder. With shipped files, its Resources
+// hold LauncherDefault.ini, the help page and the stand-in emulator; without, it is empty.
+// Returns the folder's Contents/MacOS.
 QString UseFixtureAppFolder(bool withShippedFiles = true);
 
 // The shipped resources and the stand-in emulator, as built.

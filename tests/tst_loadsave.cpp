@@ -1,6 +1,7 @@
 // Loading and saving Launcher.ini through the main window: the version check and its warnings,
 // the fallback to the default file, a failed save at exit, an out-of-date file that can't be
 // moved, and a launcher without the single-instance lock merging what another one saved.
+// Also where the launcher's files are, and the trace of every lookup.
 // The file format and the keeping rules themselves are the core's (tst_config*, tst_keeping).
 #include "filelocations.h"
 #include "modalanswerer.h"
@@ -40,148 +41,168 @@ class LoadSaveTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        m_resources = QDir::cleanPath(UseFixtureAppFolder() + "/../Resources") + u'/';
+        m_folder = QFileInfo(UserConfigPath()).path();
+        MainWindow window;
+        QVERIFY(window.LoadConfig(GetFileName(DefaultConfigFile), false));
+        m_defaultProfiles = W::Profiles(window);
+        // A write past the limit then fails instead of killing the test.
+        std::signal(SIGXFSZ, SIG_IGN);
+    }
     void init() { QDir(m_folder).removeRecursively(); }
-    void outdatedUserFile_data();
-    void outdatedUserFile();
-    void outdatedDefaultFileIsDropped();
-    void savedProfilesComeBack();
-    void failedSaveAtExit();
+
+    void outdatedUserFile_data()
+    {
+        QTest::addColumn<bool>("movable");
+        QTest::addColumn<QString>("warning"); // %1: where the file is afterwards
+        QTest::newRow("set aside under a name of its own")
+            << true << "It has been renamed to %1 to make place for a new configuration file.";
+        // It must then outlive the session: the exit save would replace it.
+        QTest::newRow("kept where it is when it can't be moved")
+            << false
+            << "It could not be renamed and stays at %1. The launcher will not overwrite "
+               "it, so changes made in this session will not be saved.";
+    }
+
+    // Either way the default file is used instead.
+    void outdatedUserFile()
+    {
+        QFETCH(bool, movable);
+        QFETCH(QString, warning);
+        if (!movable && geteuid() == 0)
+            QSKIP("root moves files out of read-only folders");
+        const QByteArray bytes = "$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n";
+        QVERIFY(WriteText(UserConfigPath(), bytes));
+        if (!movable)
+            QVERIFY(QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::ExeOwner));
+        ModalAnswerer answerer({"OK"});
+        QList<Profile> profiles;
+        {
+            MainWindow window;
+            profiles = W::Profiles(window);
+        }
+        QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        const QString kept = movable ? m_folder + "/Launcher.107.ini" : UserConfigPath();
+        QCOMPARE(answerer.seen, QStringList{WarningTitle +
+                                            "|Your Launcher.ini configuration file is out of date "
+                                            "and will not be used. " +
+                                            warning.arg(kept)});
+        QCOMPARE(ReadBytes(kept), bytes);
+        QCOMPARE(profiles, m_defaultProfiles);
+    }
+
+    // An out-of-date default file is not renamed; what was read from it is dropped, and every
+    // section gets its "Default" entry.
+    void outdatedDefaultFileIsDropped()
+    {
+        const QString path = m_folder + "/LauncherDefault.ini";
+        QVERIFY(WriteText(path, "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n"
+                                "[Resolution]\n\"r\"\t\"\"\n"));
+        MainWindow window;
+        ModalAnswerer answerer({"OK"});
+        QVERIFY(window.LoadConfig(path, false));
+        QCOMPARE(answerer.seen, QStringList{WarningTitle + "|Config file is out of date"});
+        for (const ConfigSection& section : W::Sections(window))
+            QCOMPARE(section.entries, (QList<OptionEntry>{{"Default", ""}}));
+        QCOMPARE(W::Profiles(window), (QList<Profile>{{"Default", "", {0, 0, 0}}}));
+        QVERIFY(QFileInfo::exists(path));
+    }
+
+    // The profiles reach the file at exit, quoted arguments included, and come back at the next
+    // start; a model missing a section is never saved. Without the single-instance lock, the save
+    // keeps what another launcher saved since the load.
+    void savedProfilesComeBack()
+    {
+        const QByteArray start = "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n";
+        QVERIFY(WriteText(UserConfigPath(), start));
+        QList<Profile> expected;
+        {
+            MainWindow window;
+            W::WatchUserFile(window);
+            QVERIFY(window.LoadConfig(UserConfigPath(), true));
+            const Profile mine{
+                "Mac data", " -datadir \"/Users/me/App Support/emu\" -t \"a  b\"", {}};
+            W::Profiles(window).append(mine);
+            const QList<ConfigSection> sections = W::Sections(window);
+            W::Sections(window).removeLast();
+            QVERIFY(!window.SaveConfig());
+            QCOMPARE(ReadBytes(UserConfigPath()), start);
+            W::Sections(window) = sections;
+
+            // Another launcher, also without the lock, saves in the meantime.
+            QList<ConfigSection> theirs = Config::NewSections();
+            Config::AddDefaultEntries(theirs);
+            expected = {W::Profiles(window)[0], {"Theirs", " -t", {}}};
+            Config::StoreProfiles(theirs, expected);
+            QVERIFY(Config::WriteFile(UserConfigPath(), theirs));
+            expected.append(mine);
+        }
+        MainWindow restarted;
+        QCOMPARE(W::Profiles(restarted), expected);
+    }
+
+    // Discarded first, which leaves the old file; then retried once the limit is lifted.
+    void failedSaveAtExit()
+    {
+        const QByteArray old = "$VERSION\t106\n[Profile]\n\"Old\"\t\"[Input] 0 \"\n";
+        QVERIFY(WriteText(UserConfigPath(), old));
+        for (const bool retry : {false, true}) {
+            auto window = std::make_unique<MainWindow>();
+            for (int i = 0; i < 5000; ++i)
+                W::Profiles(*window).append({QStringLiteral("Profile %1").arg(i), " -x", {}});
+            ModalAnswerer answerer;
+            answerer.enqueue([retry](QWidget* box) {
+                if (retry)
+                    SetFileSizeLimit(RLIM_INFINITY);
+                ModalAnswerer::PressButton(box, retry ? "Retry" : "Discard");
+            });
+            SetFileSizeLimit(64 * 1024);
+            window.reset(); // quits: the exit save
+            SetFileSizeLimit(RLIM_INFINITY);
+
+            QCOMPARE(answerer.seen, QStringList{Title + "|Your profiles could not be saved to " +
+                                                UserConfigPath() + ".\n\nReason: File too large"});
+            QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden),
+                     QStringList{"Launcher.ini"});
+            if (!retry)
+                QCOMPARE(ReadBytes(UserConfigPath()), old);
+        }
+        MainWindow restarted;
+        QCOMPARE(W::Profiles(restarted).size(), 5001);
+    }
+
+    void fileNameTrace_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("path");
+        QTest::newRow("user file") << 0 << UserConfigPath();
+        QTest::newRow("default file") << 1 << m_resources + "LauncherDefault.ini";
+        QTest::newRow("help page") << 2 << m_resources + "LauncherHelp.html";
+        QTest::newRow("emulator") << 3
+                                  << m_resources + "Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile";
+        QTest::newRow("unknown kind") << 4 << QString();
+    }
+
+    void fileNameTrace()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, path);
+        const QString trace =
+            QStringLiteral("GetFileName( %1 ): result= \"%2\" ").arg(kind).arg(path);
+        // Nothing is cached: every call resolves and traces again. A trace missing fails.
+        for (int call = 0; call < 2; ++call) {
+            QTest::ignoreMessage(QtDebugMsg, qPrintable(trace));
+            QCOMPARE(GetFileName(kind), path);
+        }
+    }
 
 private:
     QString m_folder;
+    QString m_resources;
     QList<Profile> m_defaultProfiles;
 };
-
-void LoadSaveTest::initTestCase()
-{
-    UseFixtureAppFolder();
-    UsePrivateDataLocation();
-    m_folder = QFileInfo(UserConfigPath()).path();
-    MainWindow window;
-    QVERIFY(window.LoadConfig(GetFileName(DefaultConfigFile), false));
-    m_defaultProfiles = W::Profiles(window);
-    // A write past the limit then fails instead of killing the test.
-    std::signal(SIGXFSZ, SIG_IGN);
-}
-
-void LoadSaveTest::outdatedUserFile_data()
-{
-    QTest::addColumn<bool>("movable");
-    QTest::addColumn<QString>("warning"); // %1: where the file is afterwards
-    QTest::newRow("set aside under a name of its own")
-        << true << "It has been renamed to %1 to make place for a new configuration file.";
-    // It must then outlive the session: the exit save would replace it.
-    QTest::newRow("kept where it is when it can't be moved")
-        << false
-        << "It could not be renamed and stays at %1. The launcher will not overwrite "
-           "it, so changes made in this session will not be saved.";
-}
-
-// Either way the default file is used instead.
-void LoadSaveTest::outdatedUserFile()
-{
-    QFETCH(bool, movable);
-    QFETCH(QString, warning);
-    if (!movable && geteuid() == 0)
-        QSKIP("root moves files out of read-only folders");
-    const QByteArray bytes = "$VERSION\t107\n[Profile]\n\"p\"\t\"[Input] 1 \"\n";
-    QVERIFY(WriteText(UserConfigPath(), bytes));
-    if (!movable)
-        QVERIFY(QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::ExeOwner));
-    ModalAnswerer answerer({"OK"});
-    QList<Profile> profiles;
-    {
-        MainWindow window;
-        profiles = W::Profiles(window);
-    }
-    QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    const QString kept = movable ? m_folder + "/Launcher.107.ini" : UserConfigPath();
-    QCOMPARE(answerer.seen, QStringList{WarningTitle +
-                                        "|Your Launcher.ini configuration file is out of date "
-                                        "and will not be used. " +
-                                        warning.arg(kept)});
-    QCOMPARE(ReadBytes(kept), bytes);
-    QCOMPARE(profiles, m_defaultProfiles);
-}
-
-// An out-of-date default file is not renamed; what was read from it is dropped, and every
-// section gets its "Default" entry.
-void LoadSaveTest::outdatedDefaultFileIsDropped()
-{
-    const QString path = m_folder + "/LauncherDefault.ini";
-    QVERIFY(WriteText(path, "$VERSION 107\n[Profile]\n\"p\"\t\"[Input] 1 -x\"\n"
-                            "[Resolution]\n\"r\"\t\"\"\n"));
-    MainWindow window;
-    ModalAnswerer answerer({"OK"});
-    QVERIFY(window.LoadConfig(path, false));
-    QCOMPARE(answerer.seen, QStringList{WarningTitle + "|Config file is out of date"});
-    for (const ConfigSection& section : W::Sections(window))
-        QCOMPARE(section.entries, (QList<OptionEntry>{{"Default", ""}}));
-    QCOMPARE(W::Profiles(window), (QList<Profile>{{"Default", "", {0, 0, 0}}}));
-    QVERIFY(QFileInfo::exists(path));
-}
-
-// The profiles reach the file at exit, quoted arguments included, and come back at the next
-// start; a model missing a section is never saved. Without the single-instance lock, the save
-// keeps what another launcher saved since the load.
-void LoadSaveTest::savedProfilesComeBack()
-{
-    const QByteArray start = "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n";
-    QVERIFY(WriteText(UserConfigPath(), start));
-    QList<Profile> expected;
-    {
-        MainWindow window;
-        W::WatchUserFile(window);
-        QVERIFY(window.LoadConfig(UserConfigPath(), true));
-        const Profile mine{"Mac data", " -datadir \"/Users/me/App Support/emu\" -t \"a  b\"", {}};
-        W::Profiles(window).append(mine);
-        const QList<ConfigSection> sections = W::Sections(window);
-        W::Sections(window).removeLast();
-        QVERIFY(!window.SaveConfig());
-        QCOMPARE(ReadBytes(UserConfigPath()), start);
-        W::Sections(window) = sections;
-
-        // Another launcher, also without the lock, saves in the meantime.
-        QList<ConfigSection> theirs = Config::NewSections();
-        Config::AddDefaultEntries(theirs);
-        expected = {W::Profiles(window)[0], {"Theirs", " -t", {}}};
-        Config::StoreProfiles(theirs, expected);
-        QVERIFY(Config::WriteFile(UserConfigPath(), theirs));
-        expected.append(mine);
-    }
-    MainWindow restarted;
-    QCOMPARE(W::Profiles(restarted), expected);
-}
-
-// Discarded first, which leaves the old file; then retried once the limit is lifted.
-void LoadSaveTest::failedSaveAtExit()
-{
-    const QByteArray old = "$VERSION\t106\n[Profile]\n\"Old\"\t\"[Input] 0 \"\n";
-    QVERIFY(WriteText(UserConfigPath(), old));
-    for (const bool retry : {false, true}) {
-        auto window = std::make_unique<MainWindow>();
-        for (int i = 0; i < 5000; ++i)
-            W::Profiles(*window).append({QStringLiteral("Profile %1").arg(i), " -x", {}});
-        ModalAnswerer answerer;
-        answerer.enqueue([retry](QWidget* box) {
-            if (retry)
-                SetFileSizeLimit(RLIM_INFINITY);
-            ModalAnswerer::PressButton(box, retry ? "Retry" : "Discard");
-        });
-        SetFileSizeLimit(64 * 1024);
-        window.reset(); // quits: the exit save
-        SetFileSizeLimit(RLIM_INFINITY);
-
-        QCOMPARE(answerer.seen, QStringList{Title + "|Your profiles could not be saved to " +
-                                            UserConfigPath() + ".\n\nReason: File too large"});
-        QCOMPARE(QDir(m_folder).entryList(QDir::Files | QDir::Hidden), QStringList{"Launcher.ini"});
-        if (!retry)
-            QCOMPARE(ReadBytes(UserConfigPath()), old);
-    }
-    MainWindow restarted;
-    QCOMPARE(W::Profiles(restarted).size(), 5001);
-}
 
 QTEST_MAIN(LoadSaveTest)
 #include "tst_loadsave.moc"

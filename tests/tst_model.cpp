@@ -1,23 +1,23 @@
 // The rules the window and the tools share, without a window: the repair when an option goes
-// away, the text a profile is stored as, and the command a launch starts.
+// away, the text a profile is stored as, the command a launch starts, and the profile list
+// menu's rules: which names a profile may take, the name and place of a duplicate, and where
+// a profile may move.
 #include "model.h"
 #include "records.h"
+#include "testenv.h"
 
 #include <QTest>
 
+Q_DECLARE_METATYPE(NameFault)
+
 namespace {
 
-// Resolution 1 has two users; later entries have users too.
+// EditingConfig's options, and below its profiles: resolution 1 has two users; later entries
+// have users too.
 QList<ConfigSection> Sections()
 {
     QList<ConfigSection> sections = Config::NewSections();
-    sections[1].entries = {{"Default", ""},
-                           {"Small", " -windowsize 320x480"},
-                           {"Large", " -windowsize 800x1280"},
-                           {"Huge", " -windowsize 1536x2048"}};
-    sections[2].entries = {
-        {"Default", ""}, {"ldpi", " -ppi 120"}, {"mdpi", " -ppi 160"}, {"hdpi", " -ppi 240"}};
-    sections[3].entries = {{"Touch", ""}, {"Mouse", " -input mouse"}};
+    Config::ReadText(QString::fromUtf8(EditingConfig()), sections);
     return sections;
 }
 
@@ -27,6 +27,14 @@ const QList<Profile> Profiles = {{"Base", "", {0, 0, 0}},
                                  {"Watch", " -b", {1, 2, 1}}};
 
 const QString Emulator = QStringLiteral("/opt/Nimbra Mobile/emulator");
+
+QList<Profile> Named(const QStringList& names)
+{
+    QList<Profile> profiles;
+    for (int i = 0; i < names.size(); ++i)
+        profiles.append({names[i], QStringLiteral(" -n %1").arg(i), {i, 0, 1}});
+    return profiles;
+}
 
 } // namespace
 
@@ -90,6 +98,64 @@ private slots:
             BuildLaunchCommand(Emulator, Sections(), {"Phone \"HD\" 2", "", {0, 0, 0}});
         QCOMPARE(quoted.command, program + " -profile-name \"Phone \"HD\" 2\" ");
         QCOMPARE(quoted.arguments, (QStringList{"-profile-name", "Phone HD 2"}));
+    }
+
+    void renameFault()
+    {
+        const QList<Profile> profiles = Named({"Base", "Phone", "Tablet"});
+        QCOMPARE(RenameFault(profiles, 1, "Phone"), NameFault::None); // its own name
+        QCOMPARE(RenameFault(profiles, 1, "base"), NameFault::None);
+        QCOMPARE(RenameFault(profiles, 1, "   "), NameFault::None);
+        QCOMPARE(RenameFault(profiles, 1, "Base"), NameFault::Taken);
+        QCOMPARE(RenameFault(profiles, 1, "Phone \"HD\""), NameFault::Quote);
+    }
+
+    void duplicate_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("copyName"); // of Phone, row 1
+        QTest::newRow("copy taken, numbered from 2")
+            << QStringList{"Base", "Phone", "Phone copy"} << "Phone copy 2";
+        QTest::newRow("numbers taken elsewhere in the list")
+            << QStringList{"Phone copy 2", "Phone", "Phone copy", "Phone copy 3"} << "Phone copy 4";
+    }
+
+    void duplicate()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, copyName);
+        QList<Profile> profiles = Named(names);
+        QList<Profile> expected = profiles;
+        expected.insert(2, {copyName, profiles[1].arguments, {1, 0, 1}});
+
+        QCOMPARE(DuplicateProfile(profiles, 1), 2);
+        QCOMPARE(profiles, expected);
+    }
+
+    void move_data()
+    {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("delta");
+        QTest::addColumn<int>("target"); // -1: refused, nothing moves
+        QTest::newRow("two rows at once") << 3 << -2 << 1;
+        QTest::newRow("the base row down") << 0 << 1 << -1;
+        QTest::newRow("row beyond the list") << 4 << -1 << -1;
+        QTest::newRow("no row") << -1 << 1 << -1;
+    }
+
+    void move()
+    {
+        QFETCH(int, row);
+        QFETCH(int, delta);
+        QFETCH(int, target);
+        QList<Profile> profiles = Named({"Base", "A", "B", "C"});
+        QList<Profile> expected = profiles;
+        if (target >= 0)
+            expected.move(row, target);
+
+        QCOMPARE(MoveTarget(profiles, row, delta), target);
+        QCOMPARE(MoveProfile(profiles, row, delta), target);
+        QCOMPARE(profiles, expected);
     }
 };
 

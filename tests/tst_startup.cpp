@@ -22,17 +22,11 @@ const QString CriticalBox =
 // end normally) followed by its reports.
 QStringList RunLauncher(const QString& program, const QString& dataHome)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
-    process.setProcessEnvironment(environment);
+    qputenv("XDG_DATA_HOME", QFile::encodeName(dataHome));
+    QProcess process; // kills a program still running when it goes
     process.start(program, {});
     const bool ended =
         process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit;
-    if (!ended) {
-        process.kill();
-        process.waitForFinished();
-    }
     QStringList result = {QString::number(ended ? process.exitCode() : -1)};
     for (const QString& line : QString::fromLocal8Bit(process.readAllStandardError()).split(u'\n'))
         if (line.startsWith(QStringLiteral("box|")) || line.startsWith(QStringLiteral("closed|")))
