@@ -151,14 +151,15 @@ int ListProfiles(const Options& options)
 {
     // Names alone need no model: the common case streams them from the file.
     if (!options.longList) {
+        const QString path = ReadPath(options);
         QByteArray names;
         // Rarely more than the file holds; growing copies would touch fresh memory again.
-        names.reserve(QFileInfo(ReadPath(options)).size());
+        names.reserve(QFileInfo(path).size());
         const auto append = [&names](const QString& name) {
             names += name.toUtf8();
             names += '\n';
         };
-        if (ReadProfileNames(ReadPath(options), append)) {
+        if (ReadProfileNames(path, append)) {
             std::fwrite(names.constData(), 1, size_t(names.size()), stdout);
             return ExitStatus::Ok;
         }
