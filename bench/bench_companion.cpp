@@ -3,8 +3,9 @@
 // would otherwise start to see the names) and on the shipped one, started in turn so that all
 // see the same machine load.
 // Usage: bench_companion [rounds]
-#include "profileio.h"
+#include "fileformat.h"
 #include "startup_support.h"
+#include "userfile.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -22,7 +23,8 @@ constexpr int ProfileCount = 10000;
 bool WriteLargeFile(const QString& path)
 {
     ConfigModel model;
-    if (ReadModel(QStringLiteral(LAUNCHER_DEFAULT_INI), model) != ReadResult::Loaded)
+    if (UserFile::ReadModel(QStringLiteral(LAUNCHER_DEFAULT_INI), model) !=
+        UserFile::ReadResult::Loaded)
         return false;
     const QList<Profile> shipped = model.profiles;
     model.profiles.clear();
@@ -32,9 +34,8 @@ bool WriteLargeFile(const QString& path)
         profile.arguments = QStringLiteral(" -gpu on -seed %1").arg(i);
         model.profiles.append(profile);
     }
-    Config::StoreProfiles(model.sections, model.profiles);
     QFile file(path);
-    const QByteArray text = Config::FormatText(model.sections).toUtf8();
+    const QByteArray text = Config::FormatText(model).toUtf8();
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 

@@ -1,6 +1,7 @@
 // Times loading and saving Launcher.ini files of growing size against QSettings reading an INI
 // file with as many key/value pairs, and prints a Markdown table with the goals it checks.
-#include "config.h"
+#include "fileformat.h"
+#include "userfile.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -62,8 +63,9 @@ QList<Profile> MakeProfiles(int count, const QList<ConfigSection>& sections)
                            .arg(QLatin1String(devices[i % 5]), QLatin1String(densities[i / 5 % 5]))
                            .arg(i);
         profile.arguments = QLatin1String(arguments[i % 6]);
-        for (int k = 0; k < 3; ++k)
-            profile.optionIndex[k] = (i / (k + 1)) % sections[k + 1].entries.size();
+        for (const OptionKind kind : AllOptionKinds)
+            ChosenIndex(profile, kind) =
+                (i / (int(kind) + 1)) % sections[SectionIndex(kind)].entries.size();
         profiles.append(profile);
     }
     return profiles;
@@ -72,13 +74,9 @@ QList<Profile> MakeProfiles(int count, const QList<ConfigSection>& sections)
 // The loader's work on an accepted file, without the window.
 bool Load(const QString& fileName, int expectedProfiles)
 {
-    QList<ConfigSection> sections;
-    qint32 version = 0;
-    if (!Config::ReadFile(fileName, sections, &version) || !Config::IsAcceptedVersion(version))
-        return false;
-    Config::AddDefaultEntries(sections);
-    const QList<Profile> profiles = Config::ProfilesFromSection(sections);
-    return profiles.size() == expectedProfiles;
+    ConfigModel model;
+    return UserFile::ReadModel(fileName, model) == UserFile::ReadResult::Loaded &&
+           model.profiles.size() == expectedProfiles;
 }
 
 // Every new path keeps QSettings from answering out of its cache of recently read files.
@@ -104,27 +102,21 @@ bool WriteSettingsFile(const QString& fileName, const QList<ConfigSection>& sect
 bool Measure(const QString& folder, const QList<ConfigSection>& shipped, int count, Row* row)
 {
     const int runs = count >= 100000 ? 7 : 9;
-    QList<ConfigSection> sections = shipped;
-    const QList<Profile> profiles = MakeProfiles(count, sections);
+    ConfigModel model{shipped, MakeProfiles(count, shipped)};
     const QString fileName = folder + QStringLiteral("/Launcher.%1.ini").arg(count);
     bool ok = true;
 
     row->profiles = count;
     row->saveMs = MedianMs(
-        runs,
-        [&](int) {
-            Config::StoreProfiles(sections, profiles);
-            return Config::WriteFile(fileName, sections);
-        },
-        &ok);
+        runs, [&](int) { return Config::WriteFile(fileName, model); }, &ok);
     row->loadMs = MedianMs(
         runs, [&](int) { return Load(fileName, count); }, &ok);
 
     qsizetype pairs = 0;
-    for (const ConfigSection& section : sections)
+    for (const ConfigSection& section : model.sections)
         pairs += section.entries.size();
     const QString settingsBase = folder + QStringLiteral("/Settings.%1").arg(count);
-    if (!WriteSettingsFile(settingsBase + QStringLiteral(".ini"), sections))
+    if (!WriteSettingsFile(settingsBase + QStringLiteral(".ini"), model.sections))
         return false;
     for (int i = 0; i < runs; ++i) {
         QFile::copy(settingsBase + QStringLiteral(".ini"),

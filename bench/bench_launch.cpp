@@ -2,6 +2,7 @@
 // QProcess::startDetached of the same program and arguments. The stand-in emulator records
 // its arguments and quits at once. Usage: bench_launch [rounds]
 #include "filelocations.h"
+#include "launchcommand.h"
 #include "launcher.h"
 #include "startup_support.h"
 #include "windowfixture.h"

@@ -1,8 +1,9 @@
-// The commands of nimbra-mobile-launch. Each returns the process's exit status and writes
-// only its result to stdout; notes and errors go to stderr.
+// The commands of nimbra-mobile-launch, callable in process. Each returns the exit status and
+// writes only its result to the console's out; notes and errors go to its err.
 #pragma once
 
-#include "options.h"
+#include "commandline.h"
+#include "console.h"
 
 namespace ExitStatus {
 constexpr int Ok = 0;
@@ -11,16 +12,11 @@ constexpr int BadUsage = 2;      // also an unknown profile name
 constexpr int CannotStart = 127; // as a shell reports a program it cannot run
 } // namespace ExitStatus
 
-int ListProfiles(const Options& options);
-int ShowCommand(const Options& options);
-int LaunchProfile(const Options& options);
-int ExportProfiles(const Options& options);
-int ImportProfiles(const Options& options);
+// The whole program, for the arguments after its name.
+int RunCompanion(const QStringList& arguments, const Console& console);
 
-// Up to three names of names close to name: equal but for case, containing it or contained
-// in it (ignoring case), or a small edit away; closest first.
-QStringList CloseNames(const QStringList& names, const QString& name);
-
-// To stdout / stderr as UTF-8, unchanged.
-void Print(const QString& text);
-void PrintError(const QString& text);
+int ListProfiles(const Options& options, const Console& console);
+int ShowCommand(const Options& options, const Console& console);
+int LaunchProfile(const Options& options, const Console& console);
+int ExportProfiles(const Options& options, const Console& console);
+int ImportProfiles(const Options& options, const Console& console);

@@ -3,13 +3,20 @@
 
 #include <QCoreApplication>
 
+#include <cstdio>
+
 namespace {
+
+void Write(std::FILE* stream, QByteArrayView bytes)
+{
+    std::fwrite(bytes.data(), 1, size_t(bytes.size()), stream);
+}
 
 // The file lookups trace every path at debug level; output here must be the result alone.
 void QuietDebug(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (type != QtDebugMsg && type != QtInfoMsg)
-        PrintError(message + u'\n');
+        Write(stderr, (message + u'\n').toUtf8());
 }
 
 } // namespace
@@ -18,28 +25,7 @@ int main(int argc, char** argv)
 {
     qInstallMessageHandler(QuietDebug);
     QCoreApplication app(argc, argv);
-    const Options options = ParseOptions(app.arguments().mid(1));
-    if (!options.error.isEmpty()) {
-        PrintError(options.error + u'\n' + UsageText());
-        return ExitStatus::BadUsage;
-    }
-    switch (options.command) {
-    case Command::Help:
-        Print(UsageText());
-        return ExitStatus::Ok;
-    case Command::Version:
-        Print(QStringLiteral("nimbra-mobile-launch " LAUNCHER_VERSION "\n"));
-        return ExitStatus::Ok;
-    case Command::List:
-        return ListProfiles(options);
-    case Command::ShowCommand:
-        return ShowCommand(options);
-    case Command::Export:
-        return ExportProfiles(options);
-    case Command::Import:
-        return ImportProfiles(options);
-    case Command::Launch:
-        break;
-    }
-    return LaunchProfile(options);
+    const Console console{[](QByteArrayView bytes) { Write(stdout, bytes); },
+                          [](QByteArrayView bytes) { Write(stderr, bytes); }};
+    return RunCompanion(app.arguments().mid(1), console);
 }

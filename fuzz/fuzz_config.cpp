@@ -1,7 +1,7 @@
 // libFuzzer target for the Launcher.ini reader. Besides memory errors it looks for wrong answers:
 // the hand-written splitters and reader disagreeing with the regular expressions and QString
 // calls they replace, and a save followed by a read losing something the format promises to keep.
-#include "config.h"
+#include "fileformat.h"
 
 #include <QRegularExpression>
 #include <QStringList>
@@ -173,10 +173,10 @@ bool SurvivesAsKey(const QString& key)
 
 void CheckRoundTrip(const QList<ConfigSection>& loaded, const QList<Profile>& profiles)
 {
-    QList<ConfigSection> saved = loaded;
-    Config::StoreProfiles(saved, profiles);
+    ConfigModel model{loaded, profiles};
     QList<ConfigSection> reread = Config::NewSections();
-    FUZZ_CHECK(Config::ReadText(Config::FormatText(saved), reread) == Config::CurrentVersion);
+    FUZZ_CHECK(Config::ReadText(Config::FormatText(model), reread) == Config::CurrentVersion);
+    const QList<ConfigSection>& saved = model.sections;
     FUZZ_CHECK(reread.size() == Config::SectionCount);
 
     const QList<Profile> again = Config::ProfilesFromSection(reread);

@@ -1,5 +1,7 @@
 #include "adddlg.h"
 
+#include "profilerules.h"
+
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
@@ -10,14 +12,9 @@
 
 namespace {
 
-// Launcher.ini splits its lines at double quotes, so a name holding one would not survive
-// the next save.
-bool HasQuote(const QString& text)
-{
-    return text.contains(u'"');
-}
-
-bool IsAcceptable(const AddDlgField& field)
+// Whether the field's text may go ahead; *quoted is set for a name with a double quote, which
+// the hint explains. Names follow the same rule as profile names: the file must carry them.
+bool IsAcceptable(const AddDlgField& field, bool* quoted)
 {
     const QString text = field.edit->text();
     switch (field.type) {
@@ -26,8 +23,11 @@ bool IsAcceptable(const AddDlgField& field)
         const qint64 value = text.toLongLong(&ok, 10);
         return ok && value >= 1;
     }
-    case FieldText:
-        return !text.isEmpty() && !HasQuote(text);
+    case FieldText: {
+        const NameFault fault = NameFormatFault(text);
+        *quoted = *quoted || fault == NameFault::Quote;
+        return fault == NameFault::None;
+    }
     default:
         return true;
     }
@@ -71,12 +71,8 @@ void AddDlg::OnTextEdit()
 {
     bool acceptable = true;
     bool quoted = false;
-    for (const AddDlgField& field : m_fields) {
-        if (field.type == FieldText && HasQuote(field.edit->text()))
-            quoted = true;
-        if (acceptable && !IsAcceptable(field))
-            acceptable = false;
-    }
+    for (const AddDlgField& field : m_fields)
+        acceptable = IsAcceptable(field, &quoted) && acceptable;
     m_okButton->setEnabled(acceptable);
     m_quoteHint->setVisible(quoted);
 }

@@ -16,7 +16,7 @@ struct AddDlgField
 {
     int type = FieldText;
     QString label;
-    QLineEdit* edit = nullptr;  // filled in the dialog's own copy; owned by the dialog
+    QLineEdit* edit = nullptr; // filled in the dialog's own copy; owned by the dialog
 };
 
 // A modal dialog with one line edit per field whose "OK" is enabled only while every field

@@ -57,6 +57,11 @@ QString ResolveFileName(int kind)
     return result;
 }
 
+QString LauncherExecutablePath()
+{
+    return ContentsPath(QStringLiteral("MacOS/" LAUNCHER_EXECUTABLE_NAME));
+}
+
 QString InstanceModulePath()
 {
     return ContentsPath(QStringLiteral("PlugIns/libnimbra-mobile-instance.so"));

@@ -23,3 +23,7 @@ QString InstanceModulePath();
 // Tests only: resolve the app folder's files as if the executable sat in macosFolder (a
 // Contents/MacOS folder of a fixture app folder). An empty path restores the real one.
 void SetApplicationDirForTesting(const QString& macosFolder);
+
+// The launcher's own executable in the app folder, which single instance's identity is made
+// from; on macOS it is the bundle's main executable and named as the bundle.
+QString LauncherExecutablePath();

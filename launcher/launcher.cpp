@@ -2,6 +2,7 @@
 #include "launcher.h"
 
 #include "filelocations.h"
+#include "launchcommand.h"
 #include "qtsingleapplication.h"
 
 #include <QComboBox>
@@ -18,8 +19,6 @@
 #include <QStyleOptionSlider>
 #include <QUrl>
 
-#include <cstdlib>
-
 QSize ProfileQListWidget::sizeHint() const
 {
     const QStyleOptionSlider option;
@@ -32,7 +31,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
     if (const auto* app = qobject_cast<QtSingleApplication*>(QCoreApplication::instance()))
-        m_watchUserFile = app->runsWithoutLock();
+        m_sharedUserFile = app->runsWithoutLock();
     LoadStartupConfig();
     BuildControls();
 
@@ -47,23 +46,6 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 MainWindow::~MainWindow()
 {
     SaveConfig();
-}
-
-void MainWindow::LoadStartupConfig()
-{
-    if (LoadConfig(GetFileName(UserConfigFile), true))
-        return;
-    if (LoadConfig(GetFileName(DefaultConfigFile), false))
-        return;
-
-    QMessageBox box;
-    box.setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
-    box.setText(QStringLiteral("Unable to start Nimbra Mobile Emulator Launcher"));
-    box.setInformativeText(QStringLiteral("Unable to read configuration file."));
-    box.setIcon(QMessageBox::Critical);
-    box.exec();
-    // Nothing was built that needs tearing down, and the destructor must not save.
-    std::exit(1);
 }
 
 void MainWindow::BuildControls()

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "model.h"
+#include "profilerules.h"
+#include "userfile.h"
 
 #include <QListWidget>
 #include <QMainWindow>
@@ -60,6 +61,8 @@ private:
     friend class WindowFixture;
 
     void LoadStartupConfig();
+    // Shows what loading met; true when it gave a model, which then replaces this one.
+    bool AdoptLoaded(UserFile::Loaded loaded);
     void BuildControls();
     QLayout* BuildOptionRow(OptionKind kind);
     QComboBox* ComboBox(OptionKind kind) const;
@@ -72,24 +75,21 @@ private:
     void AppendOption(OptionKind kind, const QString& name, const QString& value);
     bool RemoveCurrentOption(OptionKind kind);
 
-    // Keeping the user's file: what the exit save writes, and asking when it fails.
-    QList<ConfigSection> SectionsToSave(const QString& path) const;
     bool AskRetrySave(const QString& path, const QString& reason);
-    static QString FileStamp(const QString& path);
 
-    QList<Profile> m_profiles;
-    QList<ConfigSection> m_sections;
+    ConfigModel m_model;
+    QList<Profile>& m_profiles = m_model.profiles;
+    QList<ConfigSection>& m_sections = m_model.sections;
     ProfileQListWidget* m_profileList = nullptr;
     QPushButton* m_addUpdateButton = nullptr;
     QPushButton* m_removeProfileButton = nullptr;
     QLineEdit* m_argumentsEdit = nullptr;
     QPushButton* m_removeResolutionButton = nullptr;
     QPushButton* m_removePixelDensityButton = nullptr;
-    // An out-of-date Launcher.ini that could not be set aside: never overwritten.
-    bool m_keepUserFile = false;
+    // The user's file as loaded, for the save at exit.
+    UserFile::Baseline m_baseline;
     // Set when no single-instance lock guards the file: another launcher may save it too.
-    bool m_watchUserFile = false;
-    QString m_userFileAtLoad;
+    bool m_sharedUserFile = false;
 
     // The command preview and the profile list's menu, for people who launch all day.
     QLayout* BuildCommandRow();

@@ -165,7 +165,7 @@ bool MainWindow::ConfirmResolutionSize(int width, int height)
 
 void MainWindow::AppendOption(OptionKind kind, const QString& name, const QString& value)
 {
-    QList<OptionEntry>& entries = m_sections[SectionIndex(kind)].entries;
+    QList<OptionEntry>& entries = m_model.Options(kind);
     entries.append({name, value});
     ComboBox(kind)->addItem(name);
     ComboBox(kind)->setCurrentIndex(entries.size() - 1);
@@ -201,7 +201,7 @@ bool MainWindow::RemoveCurrentOption(OptionKind kind)
         return false;
 
     // The model changes before the combo box: removing its current item runs its slot at once.
-    RemoveOption(m_sections, m_profiles, kind, index);
+    RemoveOption(m_model, kind, index);
     ComboBox(kind)->removeItem(index);
     return true;
 }

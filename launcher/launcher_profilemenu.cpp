@@ -1,6 +1,7 @@
 // The command preview and the profile list's menu: duplicate, rename, move, copy the command
 // and launch without leaving the list.
 #include "filelocations.h"
+#include "launchcommand.h"
 #include "launcher.h"
 
 #include <QAction>

@@ -1,120 +1,185 @@
 #include "model.h"
 
-#include <QProcess>
+#include "exactlines.h"
 
-LaunchCommand BuildLaunchCommand(const QString& emulatorPath, const QList<ConfigSection>& sections,
-                                 const Profile& profile)
+#include <charconv>
+#include <utility>
+
+namespace Config {
+
+namespace {
+
+// Profile values split where QRegExp's "\s" did, at every QChar::isSpace() character: the same
+// set trimmed() strips when the value is written, so a saved value reads back as it was.
+// (QRegularExpression's "\s" is ASCII only.)
+bool IsValueSpace(QChar c)
 {
-    LaunchCommand launch;
-    launch.command = u'"' + emulatorPath + QStringLiteral("\" ");
+    return c.isSpace();
+}
+
+// The next run of characters that are not value whitespace, from *pos on; empty at the end.
+QStringView NextValueToken(QStringView value, qsizetype* pos)
+{
+    qsizetype i = *pos;
+    while (i < value.size() && IsValueSpace(value[i]))
+        ++i;
+    const qsizetype start = i;
+    while (i < value.size() && !IsValueSpace(value[i]))
+        ++i;
+    *pos = i;
+    return value.mid(start, i - start);
+}
+
+// The option section a token names, or -1.
+int OptionSectionOf(QStringView token, const QList<ConfigSection>& sections)
+{
     for (const OptionKind kind : AllOptionKinds) {
-        const QList<OptionEntry>& entries = sections[SectionIndex(kind)].entries;
-        const qint32 i = ChosenIndex(profile, kind);
-        if (i >= 0 && i < entries.size())
-            launch.command += entries[i].value;
-    }
-    launch.command += QStringLiteral(" -profile-name \"") + profile.name + QStringLiteral("\" ") +
-                      profile.arguments;
-    // Qt 6 has no single-string startDetached; splitCommand applies the same quoting rules.
-    launch.arguments = QProcess::splitCommand(launch.command);
-    if (!launch.arguments.isEmpty())
-        launch.program = launch.arguments.takeFirst();
-    return launch;
-}
-
-bool StartDetached(const LaunchCommand& launch)
-{
-    return QProcess::startDetached(launch.program, launch.arguments);
-}
-
-QStringList ProfilesUsingOption(const QList<Profile>& profiles, OptionKind kind, int index)
-{
-    QStringList names;
-    for (const Profile& profile : profiles) {
-        if (ChosenIndex(profile, kind) == index)
-            names.append(profile.name);
-    }
-    return names;
-}
-
-void RemoveOption(QList<ConfigSection>& sections, QList<Profile>& profiles, OptionKind kind,
-                  int index)
-{
-    QList<OptionEntry>& entries = sections[SectionIndex(kind)].entries;
-    const QString removedValue = entries[index].value;
-    for (Profile& profile : profiles) {
-        qint32& choice = ChosenIndex(profile, kind);
-        if (choice == index) {
-            choice = 0;
-            if (!profile.arguments.isEmpty())
-                profile.arguments += u' ';
-            profile.arguments += removedValue;
-        } else if (choice > index) {
-            --choice;
-        }
-    }
-    entries.removeAt(index);
-}
-
-int FindProfile(const QList<Profile>& profiles, const QString& name)
-{
-    for (int i = 0; i < profiles.size(); ++i) {
-        if (profiles[i].name == name)
-            return i;
+        if (token == sections[SectionIndex(kind)].name)
+            return int(kind);
     }
     return -1;
 }
 
-NameFault NameFormatFault(const QString& name)
+// Writes the value of profile into text, reusing text's buffer when it is its own and large
+// enough: saving again rewrites every profile, and a fresh string per profile made freeing
+// and allocating them most of that work.
+void WriteProfileValue(const QList<ConfigSection>& sections, const Profile& profile, QString& text)
 {
-    if (name.isEmpty())
-        return NameFault::Empty;
-    // The launch command quotes the name without escaping: a quote would split it.
-    if (name.contains(u'"'))
-        return NameFault::Quote;
-    // Whether the file gives the name back is the format's business: ask it.
-    QList<ConfigSection> sections = Config::NewSections();
-    Config::StoreProfiles(sections, {{name, QString(), {0, 0, 0}}});
-    QList<ConfigSection> read = Config::NewSections();
-    Config::ReadText(Config::FormatText(sections), read);
-    const QList<OptionEntry>& entries = read[Config::ProfileSection].entries;
-    return entries.size() == 1 && entries[0].key == name ? NameFault::None : NameFault::Unreadable;
-}
-
-NameFault RenameFault(const QList<Profile>& profiles, int row, const QString& name)
-{
-    const NameFault fault = NameFormatFault(name);
-    if (fault != NameFault::None)
-        return fault;
-    for (int i = 0; i < profiles.size(); ++i) {
-        if (i != row && profiles[i].name == name)
-            return NameFault::Taken;
+    const QStringView arguments = QStringView(profile.arguments).trimmed();
+    char digits[OptionKindCount][16];
+    qsizetype digitCount[OptionKindCount];
+    qsizetype size = arguments.size();
+    for (const OptionKind kind : AllOptionKinds) {
+        char* const first = digits[int(kind)];
+        const char* end =
+            std::to_chars(first, first + sizeof digits[0], ChosenIndex(profile, kind)).ptr;
+        digitCount[int(kind)] = end - first;
+        size += sections[SectionIndex(kind)].name.size() + 2 + digitCount[int(kind)];
     }
-    return NameFault::None;
+    if (text.isDetached() && text.capacity() >= size)
+        text.resize(size);
+    else
+        text = QString(size, Qt::Uninitialized);
+    char16_t* out = reinterpret_cast<char16_t*>(text.data());
+    for (const OptionKind kind : AllOptionKinds) {
+        const QStringView name = sections[SectionIndex(kind)].name;
+        out = std::copy(name.utf16(), name.utf16() + name.size(), out);
+        *out++ = u' ';
+        out = std::copy(digits[int(kind)], digits[int(kind)] + digitCount[int(kind)], out);
+        *out++ = u' ';
+    }
+    std::copy(arguments.utf16(), arguments.utf16() + arguments.size(), out);
 }
 
-int DuplicateProfile(QList<Profile>& profiles, int row)
+} // namespace
+
+QList<ConfigSection> NewSections()
 {
-    Profile copy = profiles[row];
-    const QString base = copy.name + QStringLiteral(" copy");
-    copy.name = base;
-    for (int n = 2; FindProfile(profiles, copy.name) >= 0; ++n)
-        copy.name = base + u' ' + QString::number(n);
-    profiles.insert(row + 1, copy);
-    return row + 1;
+    return {{QStringLiteral("[Profile]"), {}, nullptr},
+            {QStringLiteral("[Resolution]"), {}, nullptr},
+            {QStringLiteral("[PixelDensity]"), {}, nullptr},
+            {QStringLiteral("[Input]"), {}, nullptr}};
 }
 
-int MoveTarget(const QList<Profile>& profiles, int row, int delta)
+void AddDefaultEntries(QList<ConfigSection>& sections)
 {
-    const int target = row + delta;
-    const bool inside = row > 0 && row < profiles.size() && target > 0 && target < profiles.size();
-    return inside ? target : -1;
+    for (ConfigSection& section : sections) {
+        if (section.entries.isEmpty())
+            section.entries.append({QStringLiteral("Default"), QString()});
+    }
 }
 
-int MoveProfile(QList<Profile>& profiles, int row, int delta)
+QString SectionDisplayName(const QString& sectionName, bool lowerCase)
 {
-    const int target = MoveTarget(profiles, row, delta);
-    if (target >= 0)
-        profiles.move(row, target);
-    return target;
+    QString result;
+    bool previousLower = false;
+    for (const QChar c : sectionName) {
+        if (c == u'[' || c == u']')
+            continue;
+        const bool upper = c.category() == QChar::Letter_Uppercase;
+        if (previousLower && upper)
+            result += u' ';
+        previousLower = c.category() == QChar::Letter_Lowercase;
+        result += (lowerCase && upper) ? c.toLower() : c;
+    }
+    return result;
 }
+
+bool ParseLong(QStringView text, qint64* value)
+{
+    bool ok = false;
+    *value = text.toLongLong(&ok, 10);
+    return ok;
+}
+
+QStringList SplitValueTokens(QStringView value)
+{
+    QStringList tokens;
+    qsizetype pos = 0;
+    for (QStringView token = NextValueToken(value, &pos); !token.isEmpty();
+         token = NextValueToken(value, &pos))
+        tokens.append(token.toString());
+    return tokens;
+}
+
+void ParseProfileValue(QStringView value, const QList<ConfigSection>& sections, Profile& profile)
+{
+    // Walks views into the value instead of a token list: this runs once per stored profile,
+    // and making every token a string was most of the time spent loading a large file.
+    qsizetype pos = 0;
+    profile.arguments.reserve(value.size());
+    QStringView token = NextValueToken(value, &pos);
+    while (!token.isEmpty()) {
+        const int kind = OptionSectionOf(token, sections);
+        if (kind < 0) {
+            profile.arguments += u' ';
+            profile.arguments += token;
+            token = NextValueToken(value, &pos);
+            continue;
+        }
+        const QStringView next = NextValueToken(value, &pos);
+        qint64 number = 0;
+        if (!next.isEmpty() && ParseLong(next, &number)) {
+            ChosenIndex(profile, OptionKind(kind)) = static_cast<qint32>(number);
+            token = NextValueToken(value, &pos);
+        } else {
+            token = next;
+        }
+    }
+}
+
+QString ProfileValue(const QList<ConfigSection>& sections, const Profile& profile)
+{
+    QString text;
+    WriteProfileValue(sections, profile, text);
+    return text;
+}
+
+QList<Profile> ProfilesFromSection(const QList<ConfigSection>& sections)
+{
+    QList<Profile> profiles;
+    profiles.reserve(sections[ProfileSection].entries.size());
+    for (const OptionEntry& entry : sections[ProfileSection].entries) {
+        Profile profile;
+        profile.name = entry.key;
+        ParseProfileValue(entry.value, sections, profile);
+        RestoreExactArguments(entry.value, sections, profile);
+        profiles.append(std::move(profile));
+    }
+    return profiles;
+}
+
+void StoreProfiles(ConfigModel& model)
+{
+    QList<OptionEntry>& entries = model.sections[ProfileSection].entries;
+    entries.resize(model.profiles.size());
+    for (qsizetype i = 0; i < model.profiles.size(); ++i) {
+        OptionEntry& entry = entries[i];
+        const Profile& profile = model.profiles[i];
+        if (!entry.key.isSharedWith(profile.name))
+            entry.key = profile.name;
+        WriteProfileValue(model.sections, profile, entry.value);
+    }
+}
+
+} // namespace Config

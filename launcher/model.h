@@ -1,18 +1,62 @@
-// The rules the window, the command-line tool and the tests share: the option kinds, the
-// command a launch starts, and the repair of profiles when an option goes away. No widgets.
+// The configuration model: the records the window edits and Launcher.ini stores, the option
+// kinds, and the profile value text a profile is stored as. No widgets.
 #pragma once
 
-#include "config.h"
-
+#include <QList>
+#include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
+
+class QComboBox;
+
+struct OptionEntry
+{
+    QString key;
+    QString value;
+};
+
+// Entries are the same option only when both key and value agree.
+inline bool operator==(const OptionEntry& a, const OptionEntry& b)
+{
+    return a.key == b.key && a.value == b.value;
+}
+
+struct ConfigSection
+{
+    QString name; // the header line as written, brackets included
+    QList<OptionEntry> entries;
+    QComboBox* comboBox = nullptr; // not owned; set for the option sections only
+};
+
+// The combo box is the window's view of a section, not part of its content.
+inline bool operator==(const ConfigSection& a, const ConfigSection& b)
+{
+    return a.name == b.name && a.entries == b.entries;
+}
 
 // The option lists a profile chooses from, in the order of their sections after "[Profile]".
 enum class OptionKind { Resolution = 0, PixelDensity = 1, Input = 2 };
 
 constexpr std::array<OptionKind, 3> AllOptionKinds = {OptionKind::Resolution,
                                                       OptionKind::PixelDensity, OptionKind::Input};
+constexpr int OptionKindCount = int(AllOptionKinds.size());
+
+struct Profile
+{
+    QString name;
+    QString arguments;
+    qint32 optionIndex[OptionKindCount] = {0, 0, 0};
+};
+
+inline bool operator==(const Profile& a, const Profile& b)
+{
+    return a.name == b.name && a.arguments == b.arguments &&
+           std::equal(std::begin(a.optionIndex), std::end(a.optionIndex),
+                      std::begin(b.optionIndex));
+}
 
 // Position of the kind's section in the model's section list.
 constexpr int SectionIndex(OptionKind kind)
@@ -30,52 +74,55 @@ inline qint32 ChosenIndex(const Profile& profile, OptionKind kind)
     return profile.optionIndex[int(kind)];
 }
 
-// What a launch starts: the one command string, and the program and arguments Qt makes of it.
-struct LaunchCommand
+// Everything Launcher.ini keeps: its four sections and the profiles. The profiles are the
+// authority; section 0 holds them as last read or written and is rebuilt only when writing.
+struct ConfigModel
 {
-    QString command;
-    QString program;
-    QStringList arguments;
+    QList<ConfigSection> sections;
+    QList<Profile> profiles;
+
+    QList<OptionEntry>& Options(OptionKind kind) { return sections[SectionIndex(kind)].entries; }
+    const QList<OptionEntry>& Options(OptionKind kind) const
+    {
+        return sections[SectionIndex(kind)].entries;
+    }
 };
 
-// The command for profile: the quoted emulator path, the value of each chosen entry (nothing
-// for an index outside its section), " -profile-name ", the quoted name and the arguments
-// as they stand. It is split as Qt splits a command: blanks separate, double quotes group.
-LaunchCommand BuildLaunchCommand(const QString& emulatorPath, const QList<ConfigSection>& sections,
-                                 const Profile& profile);
+inline bool operator==(const ConfigModel& a, const ConfigModel& b)
+{
+    return a.sections == b.sections && a.profiles == b.profiles;
+}
 
-// Starts the command detached; false when the program could not be started.
-bool StartDetached(const LaunchCommand& launch);
+namespace Config {
 
-// Names of the profiles that choose entry index of kind, in profile order.
-QStringList ProfilesUsingOption(const QList<Profile>& profiles, OptionKind kind, int index);
+constexpr int SectionCount = OptionKindCount + 1;
+constexpr int ProfileSection = 0;
 
-// Erases entry index of kind's section. Profiles that chose it fall back to entry 0 and keep
-// its effect through their arguments; later choices move up with the entries.
-void RemoveOption(QList<ConfigSection>& sections, QList<Profile>& profiles, OptionKind kind,
-                  int index);
+// The four sections every model holds, empty, in their fixed order.
+QList<ConfigSection> NewSections();
 
-// Index of the first profile named name, or -1.
-int FindProfile(const QList<Profile>& profiles, const QString& name);
+// Gives every empty section one "Default" entry with an empty value.
+void AddDefaultEntries(QList<ConfigSection>& sections);
 
-// Why a text can't be a profile's name.
-enum class NameFault { None, Empty, Quote, Unreadable, Taken };
+QString SectionDisplayName(const QString& sectionName, bool lowerCase);
 
-// Whether name can be a profile's name at all: not empty, no double quote (the launch command
-// can't carry one), and read back from Launcher.ini as written. Taken is never returned.
-NameFault NameFormatFault(const QString& name);
+// Decimal number as QString::toLong parses it on a 64-bit platform.
+bool ParseLong(QStringView text, qint64* value);
 
-// Whether profile row may be renamed to name: a name the file carries that no other profile
-// has. Its own name is fine.
-NameFault RenameFault(const QList<Profile>& profiles, int row, const QString& name);
+// Tokens of a profile value split where the walk splits it, empty ones dropped.
+QStringList SplitValueTokens(QStringView value);
 
-// Inserts a copy of profile row below it, named "NAME copy", or "NAME copy N" from N = 2 when
-// that is taken; returns the copy's row.
-int DuplicateProfile(QList<Profile>& profiles, int row);
+// Parses a profile value text into optionIndex and arguments of profile.
+void ParseProfileValue(QStringView value, const QList<ConfigSection>& sections, Profile& profile);
 
-// Row that a move by delta takes profile row to, or -1. The first profile is the base one, so
-// nothing moves into or out of row 0.
-int MoveTarget(const QList<Profile>& profiles, int row, int delta);
+// The profile value text: each option section's name and chosen index, then the trimmed
+// arguments.
+QString ProfileValue(const QList<ConfigSection>& sections, const Profile& profile);
 
-// Moves profile row by delta when MoveTarget allows it; returns its new row or -1.
-int MoveProfile(QList<Profile>& profiles, int row, int delta);
+// One profile per entry of section 0, in entry order.
+QList<Profile> ProfilesFromSection(const QList<ConfigSection>& sections);
+
+// Section 0 rebuilt from the profiles, in their order: what is written.
+void StoreProfiles(ConfigModel& model);
+
+} // namespace Config

@@ -1,8 +1,8 @@
 #include "qtsingleapplication.h"
 
 #include "filelocations.h"
-#include "instance.h"
 #include "instancechannel.h"
+#include "instancepaths.h"
 
 #include <QDir>
 #include <QFileInfo>

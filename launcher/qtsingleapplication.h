@@ -1,6 +1,6 @@
 #pragma once
 
-#include "instance.h"
+#include "instancepaths.h"
 
 #include <QApplication>
 #include <QPointer>

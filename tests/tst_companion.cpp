@@ -1,18 +1,116 @@
-// nimbra-mobile-launch as users run it: reading commands, launches (the arguments the stand-in
-// emulator receives), exit statuses, and bad input that must change nothing. Then --export and
-// --import: a round trip launches the same, a merge never clobbers, and an import is refused,
-// with the file untouched, while it can't be safe.
-#include "companionfixture.h"
+// nimbra-mobile-launch's commands, run in process: what reading commands print, bad usage and
+// its exit statuses, --list streaming the names the model has, and --export and --import: a
+// round trip launches the same, a merge never clobbers, and an import is refused, with the
+// file untouched, while it can't be safe. Launches are tst_companionlaunch's.
+#include "companionrun.h"
+#include "filelocations.h"
+#include "instancepaths.h"
+#include "launchcommand.h"
+#include "profilerules.h"
+#include "testenv.h"
+#include "userfile.h"
 
-class CompanionTest : public CompanionTestBase
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QLoggingCategory>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+// Two profiles of one name (the first wins) and an empty section, which gets the empty
+// "Default" entry.
+const QByteArray CompanionConfig =
+    "$VERSION\t106\n[Profile]\n"
+    "\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+    "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 2 [Input] 0  -gpu on\"\n"
+    "\"Phone HD\"\t\"[Resolution] 1 [PixelDensity] 1 [Input] 0 \"\n" +
+    SizeAndDensitySections() + "[Input]\n";
+
+// A choice outside its section, spacing inside the arguments, names with blanks.
+const QByteArray ExportConfig = "$VERSION\t106\n[Profile]\n"
+                                "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+                                "\"Big tablet\"\t\"[Resolution] 2 [PixelDensity] 1 [Input] 0 "
+                                " -gpu  on\"\n"
+                                "\"Lost choice\"\t\"[Resolution] 9 [PixelDensity] 2 [Input] 0\"\n" +
+                                SizeAndDensitySections() + "[Input]\n";
+
+const QByteArray ClashingFile = "$VERSION\t106\n[Profile]\n"
+                                "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+                                "\"Big tablet\"\t\"[Resolution] 1 [PixelDensity] 0 [Input] 0 \"\n"
+                                "[Resolution]\n\"Any size\"\t\"\"\n"
+                                "\"Tiny\"\t\" -windowsize 240x320\"\n"
+                                "[PixelDensity]\n\"Any density\"\t\"\"\n[Input]\n";
+
+ConfigModel Load(const QString& path)
+{
+    ConfigModel model;
+    UserFile::ReadModel(path, model);
+    return model;
+}
+
+QStringList Names(const QString& path)
+{
+    QStringList names;
+    for (const Profile& profile : Load(path).profiles)
+        names.append(profile.name);
+    return names;
+}
+
+// What the core's launch function starts for the profile name in the file at path.
+QStringList CoreArguments(const QString& path, const QString& name)
+{
+    const ConfigModel model = Load(path);
+    const int row = FindProfile(model.profiles, name);
+    return row < 0 ? QStringList{"(no profile)"}
+                   : BuildLaunchCommand(ResolveFileName(EmulatorFile), model.sections,
+                                        model.profiles[row])
+                         .arguments;
+}
+
+QStringList DataFiles()
+{
+    return QDir(QFileInfo(UserConfigPath()).path()).entryList(QDir::Files | QDir::Hidden);
+}
+
+} // namespace
+
+class CompanionTest : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void init() { SetUpHome(); }
+    std::unique_ptr<QTemporaryDir> m_home;
+    QString Path(const QString& name) const { return m_home->filePath(name); }
 
-    // Reading commands and refusals: whatever they print, they change no file and start
-    // nothing.
+    // "@" stands for the test's own folder, "EMU" for the emulator the companion starts.
+    QByteArray Expand(QByteArray text) const
+    {
+        // The emulator first: the test's folder has a random name.
+        return text.replace("EMU", QFile::encodeName(ResolveFileName(EmulatorFile)))
+            .replace('@', QFile::encodeName(m_home->path()));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        UseFixtureAppFolder();
+        // Every path lookup traces; the commands' output is what counts here.
+        QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    }
+
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        QDir().mkpath(Path("data"));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_home->path()));
+    }
+
+    // Reading commands and refusals: whatever they print, they change no file.
     void commands_data()
     {
         QTest::addColumn<QByteArray>("userFile"); // none when null
@@ -21,6 +119,9 @@ private slots:
         QTest::addColumn<QByteArray>("out"); // the default file's names when null
         QTest::addColumn<QByteArray>("err"); // followed by the usage when it ends in "."
 
+        QTest::newRow("list: names as the model has them, twice the same one")
+            << CompanionConfig << QStringList{"--list"} << 0
+            << QByteArray("Default\nPhone HD\nPhone HD\n") << QByteArray();
         QTest::newRow("long list: name, tab, command")
             << CompanionConfig << QStringList{"--list", "--long"} << 0
             << QByteArray("Default\t\"EMU\"  -profile-name \"Default\" \n"
@@ -34,8 +135,16 @@ private slots:
             << QByteArray(
                    "\"EMU\"  -windowsize 720x1280 -ppi 240 -profile-name \"Phone HD\"  -gpu on\n")
             << QByteArray();
+        // A name only an exact line holds.
+        QTest::newRow("list: exact lines, the model's names")
+            << QByteArray("$VERSION 106\n[Profile]\n\"a\"b\"\t\"\"\n#=entry a%22b \n"
+                          "[Input]\n\"Touch\"\t\"\"\n[Profile]\n\"Base\"\t\"-x\"\n")
+            << QStringList{"--list"} << 0 << QByteArray("a\"b\nBase\n") << QByteArray();
         QTest::newRow("no user file: the defaults, silently")
             << QByteArray() << QStringList{"--list"} << 0 << QByteArray() << QByteArray();
+        QTest::newRow("no profile: the model's fallback")
+            << QByteArray("$VERSION 106\n[Input]\n\"Touch\"\t\"\"\n") << QStringList{"--list"} << 0
+            << QByteArray("Default\n") << QByteArray();
         QTest::newRow("out-of-date user file: the defaults, said, the file left alone")
             << QByteArray("$VERSION\t102\n[Profile]\n\"Old\"\t\"\"\n") << QStringList{"--list"} << 0
             << QByteArray()
@@ -47,17 +156,24 @@ private slots:
             QTest::newRow(name) << CompanionConfig << arguments << status << QByteArray("")
                                 << QByteArray(err);
         };
-        refused("unknown name: close names", {"phone hd", "-x"}, 2,
-                "No profile named \"phone hd\".\nClose names:\n  Phone HD\n");
+        refused("unknown name: close names, either containing the other, or a slip away",
+                {"--command", "phone"}, 2,
+                "No profile named \"phone\".\nClose names:\n  Phone HD\n");
+        refused("unknown name: a typing slip", {"Defualt", "-x"}, 2,
+                "No profile named \"Defualt\".\nClose names:\n  Default\n");
         refused("unknown name: none close", {"--command", "Tablet"}, 2,
                 "No profile named \"Tablet\".\n");
         refused("one unknown name fails the export", {"--export", "Default", "Watch"}, 2,
                 "No profile named \"Watch\".\n");
         refused("unknown option", {"--lsit"}, 2, "Unknown option --lsit.");
+        refused("unknown option before help", {"-x", "--help"}, 2, "Unknown option -x.");
+        refused("value for an option without one", {"--list=3"}, 2, "Unknown option --list=3.");
         refused("no name", {"--wait"}, 2, "No profile name given.");
         refused("two commands", {"--list", "--export"}, 2,
                 "Give only one of --list, --command, --export, --import.");
         refused("--file without a path", {"--list", "--file"}, 2, "--file needs a path.");
+        refused("--import without a file", {"--import"}, 2, "--import needs a file.");
+        refused("--long without --list", {"--long", "Default"}, 2, "--long goes with --list only.");
         refused("missing --file", {"--file", "@/none.ini", "--list"}, 1,
                 "Cannot read @/none.ini.\n");
         refused("binary --file", {"--file", "@/junk.ini", "Default"}, 1,
@@ -93,65 +209,6 @@ private slots:
         QCOMPARE(DataFiles(), filesBefore);
         if (!userFile.isNull())
             QCOMPARE(ReadBytes(UserConfigPath()), userFile);
-        QCOMPARE(Recorded(RecordPath()), QList<QStringList>());
-    }
-
-    // What the window starts for the profile, then the extra arguments, each one argument as
-    // the shell gave it.
-    void launchStartsTheProfileCommand()
-    {
-        QVERIFY(WriteText(UserConfigPath(), CompanionConfig));
-        const QStringList phone = CoreArguments(UserConfigPath(), "Phone HD");
-        const Run run = Companion({"Phone HD", "-x", "a b", "\"q\""});
-        QCOMPARE(run.status, 0);
-        QCOMPARE(run.out + run.err, QByteArray());
-        const QStringList withExtras = phone + QStringList{"-x", "a b", "\"q\""};
-        QTRY_COMPARE_WITH_TIMEOUT(Recorded(RecordPath()), QList<QStringList>{withExtras}, 15000);
-
-        QCOMPARE(Companion({"--wait", "Phone HD"}).status, 0);
-        QCOMPARE(Recorded(RecordPath()), (QList<QStringList>{withExtras, phone}));
-    }
-
-    void exitStatus_data()
-    {
-        QTest::addColumn<QByteArray>("emulator"); // a script; no emulator when null
-        QTest::addColumn<bool>("wait");
-        QTest::addColumn<int>("status");
-
-        QTest::newRow("--wait: the emulator's status") << QByteArray("exit 7") << true << 7;
-        QTest::newRow("detached: 0 whatever the emulator returns")
-            << QByteArray("exit 7") << false << 0;
-        QTest::newRow("--wait: no emulator") << QByteArray() << true << 127;
-        QTest::newRow("detached: no emulator") << QByteArray() << false << 127;
-    }
-
-    void exitStatus()
-    {
-        QFETCH(QByteArray, emulator);
-        QFETCH(bool, wait);
-        QFETCH(int, status);
-
-        // A copy of the companion in an app folder of its own, beside a scripted emulator.
-        const QString contents = Path("Script App.app/Contents");
-        const QString program = contents + "/MacOS/nimbra-mobile-launch";
-        QVERIFY(QDir().mkpath(contents + "/MacOS"));
-        QVERIFY(QFile::copy(COMPANION, program));
-        QVERIFY(WriteText(contents + "/Resources/LauncherDefault.ini", CompanionConfig));
-        if (!emulator.isNull()) {
-            const QString script =
-                contents + "/Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile";
-            QVERIFY(WriteText(script, "#!/bin/sh\n" + emulator + '\n'));
-            QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner));
-        }
-
-        const Run run =
-            Companion(wait ? QStringList{"--wait", "Default"} : QStringList{"Default"}, program);
-        QCOMPARE(run.status, status);
-        QCOMPARE(run.out, QByteArray());
-        if (status == 127)
-            QVERIFY2(run.err.startsWith("Failed to start Nimbra Mobile Emulator: "), run.err);
-        else
-            QCOMPARE(run.err, QByteArray());
     }
 
     void exportThenImportLaunchesTheSame()
@@ -202,7 +259,38 @@ private slots:
                  (QStringList{"-windowsize", "240x320", "-profile-name", "Big tablet (2)"}));
     }
 
-    // A running launcher rewrites the file when it quits, so an import would be lost; and a
+    // An out-of-date target is set aside as the launcher would; one that can't be is never
+    // overwritten, and neither is one that can't be read.
+    void importTarget_data()
+    {
+        QTest::addColumn<QByteArray>("target");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("err");
+        QTest::newRow("out of date: set aside")
+            << QByteArray("$VERSION 102\n") << 0
+            << QByteArray("@/data/Nimbra Mobile/Launcher.ini is out of date and was renamed to "
+                          "@/data/Nimbra Mobile/Launcher.102.ini; starting from the defaults.\n");
+        QTest::newRow("unreadable: a folder")
+            << QByteArray() << 1
+            << QByteArray("Cannot read @/data/Nimbra Mobile/Launcher.ini: nothing imported.\n");
+    }
+
+    void importTarget()
+    {
+        QFETCH(QByteArray, target);
+        QFETCH(int, status);
+        QFETCH(QByteArray, err);
+        QVERIFY(target.isNull() ? QDir().mkpath(UserConfigPath())
+                                : WriteText(UserConfigPath(), target));
+        QVERIFY(WriteText(Path("clash.ini"), ClashingFile));
+        const Run run = Companion({"--import", Path("clash.ini")});
+        QCOMPARE(run.status, status);
+        QCOMPARE(run.err, Expand(err));
+        if (status == 0)
+            QCOMPARE(ReadBytes(QFileInfo(UserConfigPath()).path() + "/Launcher.102.ini"), target);
+    }
+
+    // A launcher that runs rewrites the file when it quits, so an import would be lost; and a
     // regular file where the data folder should be can't hold one, even for root.
     void importRefused_data()
     {
@@ -223,19 +311,16 @@ private slots:
         QFETCH(QByteArray, err);
         QVERIFY(WriteText(UserConfigPath(), ExportConfig));
         QVERIFY(WriteText(Path("clash.ini"), ClashingFile));
-        QProcess launcher;
+        // The launcher's own lock, as its first instance holds it.
+        QLockFile launcher(InstancePathsFor(LauncherExecutablePath()).lockPath);
         if (launcherRuns) {
-            launcher.start(LAUNCHER_EXECUTABLE, {});
-            const QString exe = QFileInfo(LAUNCHER_EXECUTABLE).canonicalFilePath();
-            QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(InstancePathsFor(exe).lockPath), 15000);
+            QVERIFY(launcher.tryLock());
         } else {
             QVERIFY(WriteText(Path("blocked"), "not a folder\n"));
             qputenv("XDG_DATA_HOME", QFile::encodeName(Path("blocked")));
         }
 
         const Run run = Companion({"--import", Path("clash.ini")});
-        launcher.kill();
-        launcher.waitForFinished();
         QCOMPARE(run.status, 1);
         QCOMPARE(run.out, QByteArray());
         QCOMPARE(run.err, Expand(err));
@@ -244,7 +329,27 @@ private slots:
         if (!launcherRuns)
             QCOMPARE(ReadBytes(Path("blocked")), QByteArray("not a folder\n"));
     }
+
+    // The usage and the manual page name the same options.
+    void usageAndManualPageAgree()
+    {
+        const auto options = [](QString text) {
+            text.replace(QStringLiteral("\\-"), QStringLiteral("-"));
+            QStringList found;
+            for (const QRegularExpressionMatch& m :
+                 QRegularExpression(QStringLiteral("(--[a-z]+)")).globalMatch(text))
+                found.append(m.captured(1));
+            found.removeDuplicates();
+            found.sort();
+            return found;
+        };
+        const Run help = Companion({"--help"});
+        QCOMPARE(help.status, 0);
+        const QStringList usage = options(QString::fromUtf8(help.out));
+        QCOMPARE(usage.size(), 9);
+        QCOMPARE(options(QString::fromUtf8(ReadBytes(QStringLiteral(MANUAL_PAGE)))), usage);
+    }
 };
 
-QTEST_MAIN(CompanionTest)
+QTEST_GUILESS_MAIN(CompanionTest)
 #include "tst_companion.moc"

@@ -176,7 +176,6 @@ private slots:
         MainWindow w;
         W::Select(w, 1); // Phone: Resolution 1, Pixel Density 2, no arguments
         QList<ConfigSection> sections = W::Sections(w);
-        QList<Profile> profiles = W::Profiles(w);
         const Profile controls = W::Controls(w);
         ModalAnswerer answerer({"No", "Yes"});
         W::RemoveButton(w, OptionKind::Resolution)->click();
@@ -185,10 +184,15 @@ private slots:
         for (const OptionKind kind : {OptionKind::Resolution, OptionKind::PixelDensity}) {
             W::ComboBox(w, kind)->setCurrentIndex(1);
             W::RemoveButton(w, kind)->click();
-            RemoveOption(sections, profiles, kind, 1);
+            sections[SectionIndex(kind)].entries.removeAt(1);
             QCOMPARE(W::ComboBox(w, kind)->currentIndex(), 0);
             QVERIFY(!W::RemoveButton(w, kind)->isEnabled());
         }
+        // Phone and Watch used the small resolution; the later choices moved up.
+        const QList<Profile> profiles = {{"Base", "", {0, 0, 0}},
+                                         {"Phone", " -windowsize 320x480", {0, 1, 0}},
+                                         {"Tablet", " -t", {1, 2, 1}},
+                                         {"Watch", " -b  -windowsize 320x480", {0, 1, 1}}};
 
         const QString asked =
             "Confirm remove resolution|The following profiles use this option, are "

@@ -1,8 +1,7 @@
-// Loading and saving Launcher.ini through the main window: the version check and its warnings,
-// the fallback to the default file, a failed save at exit, an out-of-date file that can't be
-// moved, and a launcher without the single-instance lock merging what another one saved.
-// Also where the launcher's files are, and the trace of every lookup.
-// The file format and the keeping rules themselves are the core's (tst_config*, tst_keeping).
+// Loading and saving Launcher.ini through the main window: the warnings for an out-of-date
+// file, the fallback to the default file, a failed save at exit. Also where the launcher's
+// files are, and the trace of every lookup. What loading and saving decide is the core's
+// (tst_userfile).
 #include "filelocations.h"
 #include "modalanswerer.h"
 #include "records.h"
@@ -110,34 +109,18 @@ private slots:
         QVERIFY(QFileInfo::exists(path));
     }
 
-    // The profiles reach the file at exit, quoted arguments included, and come back at the next
-    // start; a model missing a section is never saved. Without the single-instance lock, the save
-    // keeps what another launcher saved since the load.
+    // The profiles reach the file when the window goes, quoted arguments included, and come
+    // back at the next start.
     void savedProfilesComeBack()
     {
-        const QByteArray start = "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n";
-        QVERIFY(WriteText(UserConfigPath(), start));
+        QVERIFY(
+            WriteText(UserConfigPath(), "$VERSION\t106\n[Profile]\n\"Start\"\t\"[Input] 0 \"\n"));
         QList<Profile> expected;
         {
             MainWindow window;
-            W::WatchUserFile(window);
-            QVERIFY(window.LoadConfig(UserConfigPath(), true));
-            const Profile mine{
-                "Mac data", " -datadir \"/Users/me/App Support/emu\" -t \"a  b\"", {}};
-            W::Profiles(window).append(mine);
-            const QList<ConfigSection> sections = W::Sections(window);
-            W::Sections(window).removeLast();
-            QVERIFY(!window.SaveConfig());
-            QCOMPARE(ReadBytes(UserConfigPath()), start);
-            W::Sections(window) = sections;
-
-            // Another launcher, also without the lock, saves in the meantime.
-            QList<ConfigSection> theirs = Config::NewSections();
-            Config::AddDefaultEntries(theirs);
-            expected = {W::Profiles(window)[0], {"Theirs", " -t", {}}};
-            Config::StoreProfiles(theirs, expected);
-            QVERIFY(Config::WriteFile(UserConfigPath(), theirs));
-            expected.append(mine);
+            W::Profiles(window).append(
+                {"Mac data", " -datadir \"/Users/me/App Support/emu\" -t \"a  b\"", {}});
+            expected = W::Profiles(window);
         }
         MainWindow restarted;
         QCOMPARE(W::Profiles(restarted), expected);

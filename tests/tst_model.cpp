@@ -2,7 +2,10 @@
 // away, the text a profile is stored as, the command a launch starts, and the profile list
 // menu's rules: which names a profile may take, the name and place of a duplicate, and where
 // a profile may move.
-#include "model.h"
+#include "fileformat.h"
+#include "launchcommand.h"
+#include "profilerules.h"
+#include "profiletransfer.h"
 #include "records.h"
 #include "testenv.h"
 
@@ -36,7 +39,43 @@ QList<Profile> Named(const QStringList& names)
     return profiles;
 }
 
+using Entries = QList<OptionEntry>;
+
+const OptionEntry AnySize = {"Default", ""};
+const OptionEntry Small = {"Small", " -windowsize 320x480"};
+const OptionEntry Large = {"Large", " -windowsize 800x1280"};
+const OptionEntry Huge = {"Huge", " -windowsize 1536x2048"};
+const OptionEntry AnyDensity = {"Default", ""};
+const OptionEntry Ldpi = {"ldpi", " -ppi 120"};
+const OptionEntry Mdpi = {"mdpi", " -ppi 160"};
+const OptionEntry Touch = {"Touch", ""};
+const OptionEntry Mouse = {"Mouse", " -input mouse"};
+
+ConfigModel Model(const Entries& resolutions, const Entries& densities, const Entries& inputs,
+                  const QList<Profile>& profiles)
+{
+    ConfigModel model{Config::NewSections(), profiles};
+    model.Options(OptionKind::Resolution) = resolutions;
+    model.Options(OptionKind::PixelDensity) = densities;
+    model.Options(OptionKind::Input) = inputs;
+    return model;
+}
+
+// Huge and ldpi have no users; Odd chooses outside two sections.
+const ConfigModel Source =
+    Model({AnySize, Small, Large, Huge}, {AnyDensity, Ldpi, Mdpi}, {Touch, Mouse},
+          {{"Base", "", {0, 0, 0}},
+           {"Phone", " -a", {1, 2, 0}},
+           {"Tablet", "", {2, 2, 1}},
+           {"Odd", "", {7, -1, 1}}});
+
+const ConfigModel Target = Model({AnySize, Small}, {AnyDensity}, {Touch},
+                                 {{"Base", "", {0, 0, 0}}, {"Phone", "", {1, 0, 0}}});
+
 } // namespace
+
+Q_DECLARE_METATYPE(ConfigModel)
+Q_DECLARE_METATYPE(SameName)
 
 class ModelTest : public QObject
 {
@@ -53,19 +92,19 @@ private slots:
     // later choices move up with the entries.
     void removeOption()
     {
-        QList<ConfigSection> sections = Sections();
-        QList<Profile> profiles = Profiles;
-        RemoveOption(sections, profiles, OptionKind::Resolution, 1);
-        QCOMPARE(profiles, (QList<Profile>{{"Base", "", {0, 0, 0}},
-                                           {"Phone", " -windowsize 320x480", {0, 2, 0}},
-                                           {"Tablet", " -t", {1, 3, 1}},
-                                           {"Watch", " -b  -windowsize 320x480", {0, 2, 1}}}));
-        RemoveOption(sections, profiles, OptionKind::PixelDensity, 3);
-        QCOMPARE(profiles[2], (Profile{"Tablet", " -t  -ppi 240", {1, 0, 1}}));
+        ConfigModel model{Sections(), Profiles};
+        RemoveOption(model, OptionKind::Resolution, 1);
+        QCOMPARE(model.profiles,
+                 (QList<Profile>{{"Base", "", {0, 0, 0}},
+                                 {"Phone", " -windowsize 320x480", {0, 2, 0}},
+                                 {"Tablet", " -t", {1, 3, 1}},
+                                 {"Watch", " -b  -windowsize 320x480", {0, 2, 1}}}));
+        RemoveOption(model, OptionKind::PixelDensity, 3);
+        QCOMPARE(model.profiles[2], (Profile{"Tablet", " -t  -ppi 240", {1, 0, 1}}));
         QList<ConfigSection> expected = Sections();
         expected[1].entries.removeAt(1);
         expected[2].entries.removeAt(3);
-        QCOMPARE(sections, expected);
+        QCOMPARE(model.sections, expected);
     }
 
     void profileValue()
@@ -156,6 +195,93 @@ private slots:
         QCOMPARE(MoveTarget(profiles, row, delta), target);
         QCOMPARE(MoveProfile(profiles, row, delta), target);
         QCOMPARE(profiles, expected);
+    }
+    void extractProfiles_data()
+    {
+        QTest::addColumn<QList<int>>("rows");
+        QTest::addColumn<ConfigModel>("expected");
+        QTest::newRow("all: unused options dropped, the rest renumbered")
+            << QList<int>{0, 1, 2, 3}
+            << Model({AnySize, Small, Large}, {AnyDensity, Mdpi}, {Touch, Mouse},
+                     {{"Base", "", {0, 0, 0}},
+                      {"Phone", " -a", {1, 1, 0}},
+                      {"Tablet", "", {2, 1, 1}},
+                      {"Odd", "", {-1, -1, 1}}});
+        QTest::newRow("named order kept, a shared option once, old option order")
+            << QList<int>{2, 1}
+            << Model({Small, Large}, {Mdpi}, {Touch, Mouse},
+                     {{"Tablet", "", {1, 0, 1}}, {"Phone", " -a", {0, 0, 0}}});
+    }
+
+    void extractProfiles()
+    {
+        QFETCH(QList<int>, rows);
+        QFETCH(ConfigModel, expected);
+        const ConfigModel exported = ExtractProfiles(Source, rows);
+        QCOMPARE(exported.profiles, expected.profiles);
+        QCOMPARE(exported.sections, expected.sections);
+    }
+
+    void mergeModel_data()
+    {
+        QTest::addColumn<Entries>("sourceResolutions");
+        QTest::addColumn<QList<Profile>>("sourceProfiles");
+        QTest::addColumn<Entries>("resolutions"); // the target's after the merge
+        QTest::addColumn<QList<Profile>>("added");
+        QTest::addColumn<QStringList>("skipped");
+        QTest::addColumn<SameName>("rule");
+
+        const OptionEntry otherSmall{"Small", " -windowsize 321x480"};
+        const OptionEntry smallRenamed{"Little", Small.value};
+        QTest::newRow("same key, other value: a new option")
+            << Entries{otherSmall} << QList<Profile>{{"New", "", {0, 0, 0}}}
+            << Entries{AnySize, Small, otherSmall} << QList<Profile>{{"New", "", {2, 0, 0}}}
+            << QStringList() << SameName::AddRenamed;
+        QTest::newRow("same value, other key: a new option")
+            << Entries{smallRenamed} << QList<Profile>{{"New", "", {0, 0, 0}}}
+            << Entries{AnySize, Small, smallRenamed} << QList<Profile>{{"New", "", {2, 0, 0}}}
+            << QStringList() << SameName::AddRenamed;
+        QTest::newRow("a name the target has keeps the target's")
+            << Entries{Small} << QList<Profile>{{"Phone", " -x", {0, 0, 0}}, {"New", "", {0, 0, 0}}}
+            << Entries{AnySize, Small} << QList<Profile>{{"New", "", {1, 0, 0}}}
+            << QStringList{"Phone"} << SameName::KeepTarget;
+        QTest::newRow("taken name renamed, twice; identical to a renamed one skipped")
+            << Entries{AnySize}
+            << QList<Profile>{{"Phone", "", {0, 0, 0}},
+                              {"Phone", " -x", {0, 0, 0}},
+                              {"Phone", "", {0, 0, 0}}}
+            << Entries{AnySize, Small}
+            << QList<Profile>{{"Phone (2)", "", {0, 0, 0}}, {"Phone (3)", " -x", {0, 0, 0}}}
+            << QStringList{"Phone"} << SameName::AddRenamed;
+        QTest::newRow("arguments compare trimmed, as they are stored")
+            << Entries{Small} << QList<Profile>{{"Phone", "  ", {0, 0, 0}}}
+            << Entries{AnySize, Small} << QList<Profile>() << QStringList{"Phone"}
+            << SameName::AddRenamed;
+        QTest::newRow("a choice outside the source's options chooses nothing")
+            << Entries{Small} << QList<Profile>{{"Far", "", {1, 0, 0}}, {"Neg", "", {-1, 0, 0}}}
+            << Entries{AnySize, Small}
+            << QList<Profile>{{"Far", "", {-1, 0, 0}}, {"Neg", "", {-1, 0, 0}}} << QStringList()
+            << SameName::AddRenamed;
+    }
+
+    void mergeModel()
+    {
+        QFETCH(Entries, sourceResolutions);
+        QFETCH(QList<Profile>, sourceProfiles);
+        QFETCH(Entries, resolutions);
+        QFETCH(QList<Profile>, added);
+        QFETCH(QStringList, skipped);
+        QFETCH(SameName, rule);
+
+        ConfigModel target = Target;
+        const MergeReport report = MergeModel(
+            target, Model(sourceResolutions, {AnyDensity}, {Touch}, sourceProfiles), rule);
+        const Entries& merged = target.sections[SectionIndex(OptionKind::Resolution)].entries;
+        QCOMPARE(merged, resolutions);
+        QCOMPARE(report.addedOptions[int(OptionKind::Resolution)], resolutions.mid(2));
+        // Nothing the target held moves or changes.
+        QCOMPARE(target.profiles, Target.profiles + added);
+        QCOMPARE(report.skipped, skipped);
     }
 };
 

@@ -29,8 +29,6 @@ public:
     // What the controls show, as the profile the window would store or launch.
     static Profile Controls(View w) { return w.ControlsProfile(); }
     static void Select(MainWindow& w, int row) { w.m_profileList->setCurrentRow(row); }
-    // As when no single-instance lock guards the user's file; takes effect at the next load.
-    static void WatchUserFile(MainWindow& w) { w.m_watchUserFile = true; }
 
     // Whether the profile list and the combo boxes show what the model holds.
     static bool InStep(View w)

@@ -1,4 +1,4 @@
-#include "instance.h"
+#include "instancepaths.h"
 
 #include <QCryptographicHash>
 #include <QDir>

@@ -1,5 +1,5 @@
-// The command line of nimbra-mobile-launch, parsed by hand: everything after the profile name
-// belongs to the emulator, dashes included.
+// The command line of nimbra-mobile-launch: everything after the profile name belongs to the
+// emulator, dashes included.
 #pragma once
 
 #include <QString>
@@ -19,6 +19,6 @@ struct Options
 };
 
 // Parses the arguments after the program's name.
-Options ParseOptions(const QStringList& arguments);
+Options ParseCommandLine(const QStringList& arguments);
 
 QString UsageText();

@@ -1,13 +1,12 @@
-#include "config.h"
+// Reading Launcher.ini: every line by the format's rules, views into the text throughout.
+#include "fileformat.h"
 
-#include "quotedentries.h"
+#include "exactlines.h"
+#include "textio.h"
 
 #include <QFile>
-#include <QStringDecoder>
 
 #include <algorithm>
-#include <cstring>
-#include <optional>
 #include <utility>
 
 namespace Config {
@@ -51,11 +50,21 @@ struct Reader
     // be an exact line that completes it.
     QStringView entryLine = {};
     OptionEntry entry = {};
+    // entryLine's own copy once the text it points into is about to be reused.
+    QString keptLine = {};
+
+    void KeepEntryLine()
+    {
+        if (!entryLine.isNull()) {
+            keptLine = entryLine.toString();
+            entryLine = keptLine;
+        }
+    }
 };
 
 void ReadVersionLine(Reader& reader, QStringView line)
 {
-    const QStringList tokens = SplitLineTokens(line.toString());
+    const QStringList tokens = SplitLineTokens(line);
     for (qsizetype i = 1; i < tokens.size(); ++i) {
         qint64 number = 0;
         if (!tokens[i].isEmpty() && ParseLong(tokens[i], &number)) {
@@ -128,20 +137,37 @@ void ReadEnd(Reader& reader)
     ReadLine(reader, QStringView());
 }
 
-// Feeds the complete lines of text to the reader; returns where the unfinished last one starts.
-qsizetype ReadLines(Reader& reader, QStringView text)
+EntrySink AppendTo(QList<ConfigSection>& sections)
 {
-    qsizetype start = 0;
-    for (qsizetype end = text.indexOf(u'\n'); end >= 0; end = text.indexOf(u'\n', start)) {
-        ReadLine(reader, text.mid(start, end - start));
-        start = end + 1;
-    }
-    return start;
+    return [&sections](int section, OptionEntry&& entry) {
+        sections[section].entries.append(std::move(entry));
+    };
+}
+
+bool ReadDevice(const QString& fileName, qsizetype chunkBytes, const EntrySink& sink,
+                qint32* version)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    Reader reader{sink};
+    TextIO::ReadLines(
+        file, chunkBytes < 0 ? std::max(file.size(), ReadChunkBytes) : chunkBytes,
+        [&reader](QStringView line) { ReadLine(reader, line); },
+        [&reader] { reader.KeepEntryLine(); });
+    ReadEnd(reader);
+    *version = reader.version;
+    return true;
 }
 
 } // namespace
 
-QStringList SplitLineTokens(const QString& line)
+bool IsAcceptedVersion(qint32 version)
+{
+    return version >= 103 && version <= 106;
+}
+
+QStringList SplitLineTokens(QStringView line)
 {
     QStringList tokens;
     qsizetype start = 0;
@@ -151,108 +177,44 @@ QStringList SplitLineTokens(const QString& line)
             ++i;
             continue;
         }
-        tokens.append(line.mid(start, i - start));
+        tokens.append(line.mid(start, i - start).toString());
         while (i < line.size() && IsLineSeparator(line[i]))
             ++i;
         start = i;
     }
-    tokens.append(line.mid(start));
+    tokens.append(line.mid(start).toString());
     return tokens;
 }
 
-EntrySink AppendTo(QList<ConfigSection>& sections)
-{
-    return [&sections](int section, OptionEntry&& entry) {
-        sections[section].entries.append(std::move(entry));
-    };
-}
-
-qint32 ReadText(const QString& text, QList<ConfigSection>& sections)
+qint32 ReadText(QStringView text, QList<ConfigSection>& sections)
 {
     const EntrySink sink = AppendTo(sections);
     Reader reader{sink};
-    const qsizetype rest = ReadLines(reader, text);
+    const qsizetype rest =
+        TextIO::ForEachCompleteLine(text, [&reader](QStringView line) { ReadLine(reader, line); });
     if (rest < text.size())
-        ReadLine(reader, QStringView(text).mid(rest));
+        ReadLine(reader, text.mid(rest));
     ReadEnd(reader);
     return reader.version;
 }
 
-namespace {
-
-// Feeds the file to the reader chunkBytes at a time, through one reused buffer.
-void ReadChunks(QFile& file, Reader& reader, qsizetype chunkBytes)
-{
-    QByteArray bytes(chunkBytes, Qt::Uninitialized);
-    // Room for a chunk after an unfinished line, so it is rarely reallocated.
-    QString text;
-    text.reserve(chunkBytes + ReadChunkBytes);
-    QString previousLine;
-    std::optional<QStringDecoder> decoder;
-    qint64 count = 0;
-    while ((count = file.read(bytes.data(), chunkBytes)) > 0) {
-        // Every carriage return goes, as text mode drops them, but only where there are any:
-        // text mode looks at each byte, a cost most files need not pay.
-        char* const end = bytes.data() + count;
-        if (std::memchr(bytes.constData(), '\r', size_t(count)))
-            count = std::remove(bytes.data(), end, '\r') - bytes.data();
-        const QByteArrayView chunk(bytes.constData(), count);
-        // The encoding the text stream would detect from its first read: a byte order mark
-        // or else UTF-8, whose mark is dropped.
-        if (!decoder)
-            decoder.emplace(
-                QStringConverter::encodingForData(chunk).value_or(QStringConverter::Utf8));
-        const qsizetype kept = text.size();
-        text.resize(kept + decoder->requiredSpace(count));
-        const QChar* decoded = decoder->appendToBuffer(text.data() + kept, chunk);
-        text.truncate(decoded - text.constData());
-        const qsizetype done = ReadLines(reader, text);
-        // An exact line in the next chunk may still complete the last entry: its line is kept
-        // before the buffer moves.
-        if (!reader.entryLine.isNull()) {
-            previousLine = reader.entryLine.toString();
-            reader.entryLine = previousLine;
-        }
-        // The unfinished line moves to the front by hand: remove() would leave the space before
-        // it unused, and the buffer would grow into fresh memory again and again.
-        std::copy(text.cbegin() + done, text.cend(), text.begin());
-        text.truncate(text.size() - done);
-    }
-    if (!text.isEmpty())
-        ReadLine(reader, text);
-    ReadEnd(reader);
-}
-
-} // namespace
-
 bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return false;
     QList<ConfigSection> read = NewSections();
-    const EntrySink sink = AppendTo(read);
-    Reader reader{sink};
     // In one piece, as the model is kept anyway. In chunks, loading a large file again and
     // again took twice as long: freeing no large block left the C library's trim threshold low,
     // so it handed each model's memory back to the system and the next load faulted it in anew.
-    ReadChunks(file, reader, std::max(file.size(), ReadChunkBytes));
-    *version = reader.version;
+    if (!ReadDevice(fileName, -1, AppendTo(read), version))
+        return false;
     sections = std::move(read);
     return true;
 }
 
 bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return false;
-    Reader reader{sink};
     // In chunks: a reader that keeps little touches little fresh memory, most of a short-lived
     // reader's time.
-    ReadChunks(file, reader, ReadChunkBytes);
-    *version = reader.version;
-    return true;
+    return ReadDevice(fileName, ReadChunkBytes, sink, version);
 }
 
 } // namespace Config

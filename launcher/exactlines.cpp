@@ -1,4 +1,4 @@
-#include "quotedentries.h"
+#include "exactlines.h"
 
 namespace Config {
 
@@ -94,6 +94,21 @@ QString ExactEntryLine(const OptionEntry& entry)
     AppendEscaped(text, entry.value);
     text += u'\n';
     return text;
+}
+
+QStringView ExactLines::Record(const OptionEntry& entry)
+{
+    if (!NeedsExactEntryLine(entry))
+        return {};
+    m_lines.append({&entry, ExactEntryLine(entry)});
+    return m_lines.last().second;
+}
+
+QStringView ExactLines::Replay(const OptionEntry& entry)
+{
+    if (m_next == m_lines.size() || m_lines[m_next].first != &entry)
+        return {};
+    return m_lines[m_next++].second;
 }
 
 bool ParseExactEntryLine(QStringView line, QStringView previousLine, OptionEntry* entry)

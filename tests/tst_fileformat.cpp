@@ -1,5 +1,6 @@
 // The Launcher.ini text format without a window: how lines are read, how profile values are
-// walked and written, and that no byte sequence breaks the reader.
+// walked, what the exact line after an entry keeps, and that no byte sequence breaks the reader.
+#include "fileformat.h"
 #include "records.h"
 #include "testenv.h"
 
@@ -10,6 +11,7 @@
 namespace {
 
 using Entries = QList<QList<OptionEntry>>;
+using EntryList = QList<OptionEntry>;
 
 // Reads bytes the way the loader does: from a file, in text mode.
 bool LoadBytes(const QByteArray& bytes, QList<ConfigSection>& sections)
@@ -22,7 +24,7 @@ bool LoadBytes(const QByteArray& bytes, QList<ConfigSection>& sections)
 
 } // namespace
 
-class ConfigFormatTest : public QObject
+class FileFormatTest : public QObject
 {
     Q_OBJECT
 
@@ -75,45 +77,77 @@ private slots:
             QCOMPARE(sections[s].entries, entries[s]);
     }
 
-    void chunkBoundaries_data()
+    void quotedEntriesSurviveRestart_data()
     {
-        QTest::addColumn<bool>("utf16");
-        QTest::newRow("UTF-8 with CRLF") << false;
-        QTest::newRow("UTF-16 with byte-order mark") << true;
+        QTest::addColumn<Profile>("profile");
+        QTest::addColumn<OptionEntry>("option");
+
+        const OptionEntry plainOption{"Phone", " -windowsize 320x480"};
+        QTest::newRow("quoted arguments: blanks, empty, percent signs and a tab")
+            << Profile{"Quoted",
+                       " -d \"/Users/me/Application Support\" -a \"\" -b \"50% \t%22\"",
+                       {1, 0, 0}}
+            << plainOption;
+        QTest::newRow("quote in a name and in an option value")
+            << Profile{"Say \"hi\"", " -y", {1, 0, 0}} << OptionEntry{"Skin", " -skin \"My Skin\""};
+        QTest::newRow("backslash-t in a key")
+            << Profile{"Plain", " -y", {1, 0, 0}} << OptionEntry{"C:\\temp", " -windowsize 1x1"};
     }
 
-    // Entries that need their exact line, and characters of several bytes, stream the same
-    // wherever a chunk ends.
-    void chunkBoundaries()
+    // Saved and read back (quit and restart), every entry and profile is as it was.
+    void quotedEntriesSurviveRestart()
     {
-        QFETCH(bool, utf16);
-        QList<ConfigSection> written = Config::NewSections();
-        written[1].entries = {{"say \"hi\" – größer", " -a \"b c\""}, {"€", "x"}};
-        written[3].entries = {{"", "empty key"}};
-        const qsizetype unit = utf16 ? 2 : 1;
-        const auto encode = [utf16](QString text) {
-            return utf16 ? QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2)
-                         : text.replace('\n', "\r\n").toUtf8();
-        };
-        const QString tail = Config::FormatText(written);
-        // A full chunk after it, so the next read overwrites the whole buffer.
-        const QByteArray end =
-            encode(tail) + encode('#' + QString(Config::ReadChunkBytes, ' ') + '\n');
-        QTemporaryDir dir;
-        const QString path = dir.filePath("Launcher.ini");
-        for (qsizetype shift = tail.indexOf("[Resolution]"); shift <= tail.size(); ++shift) {
-            const QString padding =
-                '#' + QString(Config::ReadChunkBytes / unit - shift - 2, ' ') + '\n';
-            const QByteArray bytes =
-                (utf16 ? QByteArray("\xff\xfe") : QByteArray()) + encode(padding) + end;
-            QList<ConfigSection> read = Config::NewSections();
-            const auto keep = [&read](int s, OptionEntry&& entry) {
-                read[s].entries.append(entry);
-            };
-            qint32 version = 0;
-            QVERIFY(WriteText(path, bytes) && Config::ReadFileEntries(path, keep, &version));
-            QCOMPARE(read, written);
-        }
+        QFETCH(Profile, profile);
+        QFETCH(OptionEntry, option);
+        ConfigModel saved{Config::NewSections(),
+                          {{"Before", " -a -b", {1, 0, 0}}, profile, {"After", "", {0, 0, 0}}}};
+        saved.sections[1].entries = {{"Default", ""}, option};
+        const QString text = Config::FormatText(saved);
+        QList<ConfigSection> read = Config::NewSections();
+        Config::ReadText(text, read);
+        QCOMPARE(read, saved.sections);
+        QCOMPARE(Config::ProfilesFromSection(read), saved.profiles);
+    }
+
+    // Only entries the plain line loses get an exact line.
+    void plainModelWritesNoExactLine()
+    {
+        ConfigModel model{Config::NewSections(), {{"Args", " -a  -b %20 #=entry", {1, 0, 1}}}};
+        model.sections[1].entries = {{"Tab\there", "back\\tslash"}, {"Größe", " -ppi 160"}};
+        QVERIFY(!Config::FormatText(model).contains(u"\n#="));
+    }
+
+    void oddExactLinesFollowTheLineRules_data()
+    {
+        QTest::addColumn<QString>("body"); // after "[Input]\n"
+        QTest::addColumn<EntryList>("entries");
+
+        const QString entry = "\"p\"\t\"a \"b\"\"\n";
+        const QString exact = "#=entry p a%20%22b%22\n";
+        const EntryList whole{{"p", "a \"b\""}};
+        const EntryList cut{{"p", "a "}};
+        QTest::newRow("exact line after its entry") << entry + exact << whole;
+        QTest::newRow("no entry before it") << exact + entry << cut;
+        QTest::newRow("first line of the section") << exact << EntryList();
+        QTest::newRow("after a header") << entry + "[Input]\n" + exact << cut;
+        QTest::newRow("after a comment") << entry + "# note\n" + exact << cut;
+        QTest::newRow("entry edited by hand") << "\"p\"\t\"a \"c\"\"\n" + exact << cut;
+        QTest::newRow("no blank") << entry + "#=entry p\n" << cut;
+        QTest::newRow("literal quote") << entry + "#=entry p a%20\"b\"\n" << cut;
+        QTest::newRow("escape cut short") << entry + "#=entry p a%20%22b%2\n" << cut;
+        QTest::newRow("escape of a plain character") << entry + "#=entry p a%20%22%62%22\n" << cut;
+        QTest::newRow("marker without its blank") << entry + "#=entryp a%20%22b%22\n" << cut;
+        QTest::newRow("entry after the exact line") << entry + exact + "\"q\"\t\"r\"\n"
+                                                    << whole + EntryList{{"q", "r"}};
+    }
+
+    void oddExactLinesFollowTheLineRules()
+    {
+        QFETCH(QString, body);
+        QFETCH(EntryList, entries);
+        QList<ConfigSection> sections = Config::NewSections();
+        Config::ReadText("$VERSION\t106\n[Input]\n" + body, sections);
+        QCOMPARE(sections[3].entries, entries);
     }
 
     void versionLines_data()
@@ -202,5 +236,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(ConfigFormatTest)
-#include "tst_configformat.moc"
+QTEST_GUILESS_MAIN(FileFormatTest)
+#include "tst_fileformat.moc"

@@ -14,7 +14,7 @@
 // such line is an ordinary comment.
 #pragma once
 
-#include "config.h"
+#include "model.h"
 
 namespace Config {
 
@@ -23,6 +23,22 @@ bool NeedsExactEntryLine(const OptionEntry& entry);
 
 // The exact line for entry, line feed included.
 QString ExactEntryLine(const OptionEntry& entry);
+
+// The exact lines of one save. Whether an entry needs one takes a read of its key and value,
+// nearly as costly as encoding them, so it is worked out on the first pass over the entries
+// and looked up on the second.
+class ExactLines
+{
+public:
+    // The exact line to follow entry's own, empty for none.
+    QStringView Record(const OptionEntry& entry);
+    // The same, for entries in the order Record saw them.
+    QStringView Replay(const OptionEntry& entry);
+
+private:
+    QList<std::pair<const OptionEntry*, QString>> m_lines;
+    qsizetype m_next = 0;
+};
 
 // The entry a line carries, when it is a well-formed exact line whose plain line is
 // previousLine; false otherwise.

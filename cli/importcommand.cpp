@@ -1,0 +1,140 @@
+// --import: the one command that writes, under the launcher's own lock.
+#include "commands.h"
+
+#include "fileformat.h"
+#include "filelocations.h"
+#include "instancepaths.h"
+#include "loading.h"
+#include "profiletransfer.h"
+
+#include <QLockFile>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+// The target's model: an out-of-date or missing file starts from the defaults, as the
+// launcher would. An out-of-date file is kept under the name the launcher gives it.
+bool LoadTarget(const QString& path, ConfigModel& model, const Console& console)
+{
+    using UserFile::UserState;
+    UserFile::LoadRequest request;
+    request.userPath = path;
+    request.defaultsPath = [] { return GetFileName(DefaultConfigFile); };
+    request.setAside = [&path](qint32 version) { return UserFile::SetFileAside(path, version); };
+    UserFile::Loaded loaded = UserFile::Load(request);
+    switch (loaded.user) {
+    case UserState::KeptInPlace:
+        // One that can't move would be overwritten.
+        console.PrintError(QStringLiteral("%1 is out of date and cannot be set aside: nothing "
+                                          "imported.\n")
+                               .arg(path));
+        return false;
+    case UserState::Unreadable:
+        // Never replace a file that exists but can't be read: it may be all the user has.
+        console.PrintError(QStringLiteral("Cannot read %1: nothing imported.\n").arg(path));
+        return false;
+    case UserState::SetAside:
+        console.PrintError(QStringLiteral("%1 is out of date and was renamed to %2; starting "
+                                          "from the defaults.\n")
+                               .arg(path, loaded.keptAt));
+        break;
+    case UserState::Loaded:
+    case UserState::Missing:
+    case UserState::Outdated:
+        break;
+    }
+    if (!ExplainDefaults(loaded, console))
+        return false;
+    model = std::move(loaded.model);
+    return true;
+}
+
+QString Report(const MergeReport& report, const ConfigModel& target, const QString& file)
+{
+    QString text;
+    for (const OptionKind kind : AllOptionKinds) {
+        const QString what =
+            Config::SectionDisplayName(target.sections[SectionIndex(kind)].name, true);
+        for (const OptionEntry& entry : report.addedOptions[int(kind)])
+            text += QStringLiteral("Added %1 \"%2\".\n").arg(what, entry.key);
+    }
+    for (const AddedProfile& added : report.added) {
+        text += added.name == added.fromName
+                    ? QStringLiteral("Added profile \"%1\".\n").arg(added.name)
+                    : QStringLiteral("Added profile \"%1\" (\"%2\" in %3).\n")
+                          .arg(added.name, added.fromName, file);
+    }
+    for (const QString& name : report.skipped)
+        text += QStringLiteral("Skipped profile \"%1\": already there.\n").arg(name);
+    return text;
+}
+
+// Takes the launcher's lock in every folder where a launcher may hold it; false, explained,
+// when a launcher holds one or none could be taken.
+bool TakeLauncherLocks(std::vector<std::unique_ptr<QLockFile>>& locks, const Console& console)
+{
+    for (const InstancePaths& paths : InstancePathCandidatesFor(LauncherExecutablePath())) {
+        auto lock = std::make_unique<QLockFile>(paths.lockPath);
+        lock->setStaleLockTime(0);
+        if (lock->tryLock(0)) {
+            locks.push_back(std::move(lock));
+        } else if (lock->error() == QLockFile::LockFailedError) {
+            console.PrintError(QStringLiteral(
+                "Close the launcher first: it rewrites Launcher.ini when it quits.\n"));
+            return false;
+        }
+        // Other errors: a folder that can't hold a lock can't hold a launcher's either.
+    }
+    if (locks.empty())
+        console.PrintError(QStringLiteral("Cannot take the launcher's lock: nothing imported.\n"));
+    return !locks.empty();
+}
+
+// The file to import, which must be a Launcher.ini this program reads.
+bool LoadSource(const QString& file, ConfigModel& source, const Console& console)
+{
+    qint32 version = 0;
+    switch (UserFile::ReadModel(file, source, &version)) {
+    case UserFile::ReadResult::Loaded:
+        return true;
+    case UserFile::ReadResult::Outdated:
+        console.PrintError(QStringLiteral("%1 is not a Launcher.ini of a version this program "
+                                          "reads (version %2): nothing imported.\n")
+                               .arg(file)
+                               .arg(version));
+        return false;
+    case UserFile::ReadResult::Unreadable:
+        break;
+    }
+    console.PrintError(QStringLiteral("Cannot read %1: nothing imported.\n").arg(file));
+    return false;
+}
+
+} // namespace
+
+int ImportProfiles(const Options& options, const Console& console)
+{
+    ConfigModel source;
+    if (!LoadSource(options.importFile, source, console))
+        return ExitStatus::Failed;
+
+    // The launcher rewrites Launcher.ini when it quits, so a merge while it runs would be
+    // lost. Holding its locks from read to write also keeps one from starting in between.
+    std::vector<std::unique_ptr<QLockFile>> locks;
+    if (!TakeLauncherLocks(locks, console))
+        return ExitStatus::Failed;
+
+    const QString path = options.file.isEmpty() ? GetFileName(UserConfigFile) : options.file;
+    ConfigModel target;
+    if (!LoadTarget(path, target, console))
+        return ExitStatus::Failed;
+    const MergeReport report = MergeModel(target, source);
+    if (!Config::WriteFile(path, target)) {
+        console.PrintError(QStringLiteral("Cannot write %1: nothing imported.\n").arg(path));
+        return ExitStatus::Failed;
+    }
+    console.Print(Report(report, target, options.importFile));
+    return ExitStatus::Ok;
+}

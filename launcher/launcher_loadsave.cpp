@@ -1,0 +1,122 @@
+// Loading and saving of Launcher.ini by the main window: the user-file unit's outcomes
+// turned into message boxes.
+#include "filelocations.h"
+#include "launcher.h"
+
+#include <QMessageBox>
+
+#include <cstdlib>
+
+namespace {
+
+const QString WarningTitle = QStringLiteral("Nimbra Mobile Emulator Launcher Warning");
+
+} // namespace
+
+void MainWindow::LoadStartupConfig()
+{
+    UserFile::LoadRequest request;
+    request.userPath = GetFileName(UserConfigFile);
+    request.defaultsPath = [] { return GetFileName(DefaultConfigFile); };
+    request.setAside = [this](qint32 version) { return RenameOutdatedConfig(version); };
+    if (AdoptLoaded(UserFile::Load(request)))
+        return;
+
+    QMessageBox box;
+    box.setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
+    box.setText(QStringLiteral("Unable to start Nimbra Mobile Emulator Launcher"));
+    box.setInformativeText(QStringLiteral("Unable to read configuration file."));
+    box.setIcon(QMessageBox::Critical);
+    box.exec();
+    // Nothing was built that needs tearing down, and the destructor must not save.
+    std::exit(1);
+}
+
+bool MainWindow::LoadConfig(const QString& fileName, bool renameIfOutdated)
+{
+    UserFile::LoadRequest request;
+    if (renameIfOutdated) {
+        request.userPath = fileName;
+        request.setAside = [this](qint32 version) { return RenameOutdatedConfig(version); };
+    } else {
+        request.defaultsPath = [fileName] { return fileName; };
+    }
+    return AdoptLoaded(UserFile::Load(request));
+}
+
+bool MainWindow::AdoptLoaded(UserFile::Loaded loaded)
+{
+    using UserFile::UserState;
+    if (loaded.user == UserState::SetAside || loaded.user == UserState::KeptInPlace) {
+        QMessageBox::warning(
+            this, WarningTitle,
+            (loaded.user == UserState::KeptInPlace
+                 ? QStringLiteral("Your Launcher.ini configuration file is out of date and "
+                                  "will not be used. It could not be renamed and stays at "
+                                  "%1. The launcher will not overwrite it, so changes made "
+                                  "in this session will not be saved.")
+                 : QStringLiteral("Your Launcher.ini configuration file is out of date and "
+                                  "will not be used. It has been renamed to %1 to make "
+                                  "place for a new configuration file."))
+                .arg(loaded.keptAt));
+    }
+    if (loaded.defaults == UserFile::DefaultsState::Outdated)
+        QMessageBox::warning(this, WarningTitle, QStringLiteral("Config file is out of date"));
+    if (!loaded.Ok())
+        return false;
+    m_model = std::move(loaded.model);
+    m_baseline = loaded.baseline;
+    m_baseline.shared = m_sharedUserFile;
+    return true;
+}
+
+QString MainWindow::RenameOutdatedConfig(qint32 version)
+{
+    const QString current = GetFileName(UserConfigFile);
+    // The path trace has always shown this lookup twice: once for the new name, once to move.
+    GetFileName(UserConfigFile);
+    return UserFile::SetFileAside(current, version);
+}
+
+bool MainWindow::SaveConfig()
+{
+    // Refused before the path is looked up, so a refusal leaves no trace.
+    if (!UserFile::MayWrite(m_model, m_baseline))
+        return false;
+    const QString path = GetFileName(UserConfigFile);
+    QString reason;
+    for (;;) {
+        switch (UserFile::Save(path, m_model, m_baseline, &reason)) {
+        case UserFile::SaveResult::Refused:
+            return false;
+        case UserFile::SaveResult::Written:
+            return true;
+        case UserFile::SaveResult::Failed:
+            if (!AskRetrySave(path, reason))
+                return true;
+        }
+    }
+}
+
+// The old file stays whole whatever the answer; Discard only gives up this session's changes.
+bool MainWindow::AskRetrySave(const QString& path, const QString& reason)
+{
+    QMessageBox box(
+        QMessageBox::Critical, QStringLiteral("Nimbra Mobile Emulator Launcher"),
+        QStringLiteral("Your profiles could not be saved to %1.\n\nReason: %2").arg(path, reason),
+        QMessageBox::Retry | QMessageBox::Discard, this);
+    box.setDefaultButton(QMessageBox::Retry);
+    // Closing the box, or Escape, must not leave the launcher stuck at exit.
+    box.setEscapeButton(QMessageBox::Discard);
+    return box.exec() == QMessageBox::Retry;
+}
+
+QString MainWindow::GetProfileValue(const Profile& profile) const
+{
+    return Config::ProfileValue(m_sections, profile);
+}
+
+QString MainWindow::GetSectionDisplayName(const QString& sectionName, bool lowerCase) const
+{
+    return Config::SectionDisplayName(sectionName, lowerCase);
+}

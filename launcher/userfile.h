@@ -1,0 +1,94 @@
+// The user's Launcher.ini as one unit: loading it, with the fallback to the shipped defaults
+// and an out-of-date file set aside; and saving a model back, atomically, merged with what
+// someone else wrote meanwhile where that can happen. The window turns the outcomes into its
+// message boxes, the command-line tool into lines on stderr.
+#pragma once
+
+#include "model.h"
+
+#include <functional>
+
+namespace UserFile {
+
+enum class ReadResult { Loaded, Unreadable, Outdated };
+
+// Reads one file by the loader's rules. Outdated: the version is not accepted; model then holds
+// what an out-of-date default file gives (one "Default" entry per section, one profile).
+ReadResult ReadModel(const QString& fileName, ConfigModel& model, qint32* version = nullptr);
+
+// Moves the file at path (ending in "ini") to <path without "ini"><version>.ini, or when that
+// exists to <version>.1.ini, <version>.2.ini and so on. Returns the new path, or path itself
+// when the file could not be moved.
+QString SetFileAside(const QString& path, qint32 version);
+
+// A file's size and modification time, to tell whether it changed since it was read.
+struct Stamp
+{
+    qint64 size = -1; // -1: no file
+    qint64 modified = 0;
+    bool operator==(const Stamp& other) const
+    {
+        return size == other.size && modified == other.modified;
+    }
+    bool operator!=(const Stamp& other) const { return !(*this == other); }
+};
+
+Stamp StampOf(const QString& path);
+
+struct LoadRequest
+{
+    QString userPath;
+    // Looked up only once the user's file can't be used; null for no fallback.
+    std::function<QString()> defaultsPath;
+    // Moves an out-of-date user file aside and returns where it is now (its own path when it
+    // could not move); null leaves it where it is.
+    std::function<QString(qint32 version)> setAside;
+};
+
+enum class UserState { Loaded, Missing, Unreadable, Outdated, SetAside, KeptInPlace };
+enum class DefaultsState { NotRead, Loaded, Outdated, Unreadable };
+
+// What a save needs to know of the load.
+struct Baseline
+{
+    Stamp stamp;           // the user's file as read
+    bool keepFile = false; // out of date and could not be set aside: never overwritten
+    // Another launcher may save the file too (no single-instance lock): a save merges.
+    bool shared = false;
+};
+
+struct Loaded
+{
+    ConfigModel model; // when Ok()
+    UserState user = UserState::Missing;
+    qint32 userVersion = 0;
+    QString userPath;
+    QString keptAt; // SetAside, KeptInPlace: where the out-of-date file is now
+    DefaultsState defaults = DefaultsState::NotRead;
+    QString defaultsPath;
+    Baseline baseline;
+
+    bool Ok() const
+    {
+        return user == UserState::Loaded || defaults == DefaultsState::Loaded ||
+               defaults == DefaultsState::Outdated;
+    }
+};
+
+// The user's file by the loader's rules, else the defaults.
+Loaded Load(const LoadRequest& request);
+
+enum class SaveResult { Written, Refused, Failed };
+
+// False for a model without its four sections, or when the baseline keeps the file.
+bool MayWrite(const ConfigModel& model, const Baseline& baseline);
+
+// Writes model to path atomically, section 0 rebuilt from its profiles. Refused, touching
+// nothing, unless MayWrite. When the
+// baseline is shared and the file changed since, the file's own profiles and options stay and
+// this model's are merged in (a name both have keeps the file's). Failed: *errorString holds
+// the system's reason and the old file is whole.
+SaveResult Save(const QString& path, ConfigModel& model, const Baseline& baseline,
+                QString* errorString = nullptr);
+
+} // namespace UserFile

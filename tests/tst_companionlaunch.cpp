@@ -1,0 +1,158 @@
+// nimbra-mobile-launch as a process, for what needs one: the emulator it starts (the arguments
+// the stand-in receives), --wait and the exit statuses, and the real launcher's lock keeping an
+// import out. The commands' other rules are tst_companion's.
+#include "fileformat.h"
+#include "instancepaths.h"
+#include "launchcommand.h"
+#include "profilerules.h"
+#include "testenv.h"
+#include "userfile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QByteArray PhoneConfig =
+    "$VERSION\t106\n[Profile]\n"
+    "\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+    "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 2 [Input] 0  -gpu on\"\n" +
+    SizeAndDensitySections() + "[Input]\n";
+
+struct Run
+{
+    int status = -1; // -1 when it did not exit normally in time
+    QByteArray out;
+    QByteArray err;
+};
+
+Run Companion(const QStringList& arguments, const QString& program = COMPANION)
+{
+    QProcess process; // kills a program still running when it goes
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    const bool ended =
+        process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
+    return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
+            process.readAllStandardError()};
+}
+
+// The emulator the companion in the build's app folder starts.
+QString Emulator()
+{
+    return QDir(QFileInfo(COMPANION).canonicalPath() +
+                "/../Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile")
+        .absolutePath();
+}
+
+} // namespace
+
+class CompanionLaunchTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_home;
+    QString Path(const QString& name) const { return m_home->filePath(name); }
+    QString RecordPath() const { return Path("starts.jsonl"); }
+
+private slots:
+    // Fresh data and runtime folders and stand-in record per test, inherited by the programs
+    // it starts; the stand-in records its arguments and quits at once.
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        QDir().mkpath(Path("data"));
+        QDir().mkpath(Path("runtime"));
+        QFile::setPermissions(Path("runtime"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(Path("runtime")));
+        qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(RecordPath()));
+        qputenv("NIMBRA_STANDIN_QUIT", "1");
+        QVERIFY(WriteText(UserConfigPath(), PhoneConfig));
+    }
+
+    // What the window starts for the profile, then the extra arguments, each one argument as
+    // the shell gave it.
+    void launchStartsTheProfileCommand()
+    {
+        ConfigModel model;
+        QCOMPARE(UserFile::ReadModel(UserConfigPath(), model), UserFile::ReadResult::Loaded);
+        const QStringList phone =
+            BuildLaunchCommand(Emulator(), model.sections, model.profiles[1]).arguments;
+        const Run run = Companion({"Phone HD", "-x", "a b", "\"q\""});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out + run.err, QByteArray());
+        const QStringList withExtras = phone + QStringList{"-x", "a b", "\"q\""};
+        QTRY_COMPARE_WITH_TIMEOUT(Recorded(RecordPath()), QList<QStringList>{withExtras}, 15000);
+
+        QCOMPARE(Companion({"--wait", "Phone HD"}).status, 0);
+        QCOMPARE(Recorded(RecordPath()), (QList<QStringList>{withExtras, phone}));
+    }
+
+    void exitStatus_data()
+    {
+        QTest::addColumn<QByteArray>("emulator"); // a script; no emulator when null
+        QTest::addColumn<bool>("wait");
+        QTest::addColumn<int>("status");
+
+        QTest::newRow("--wait: the emulator's status") << QByteArray("exit 7") << true << 7;
+        QTest::newRow("detached: 0 whatever the emulator returns")
+            << QByteArray("exit 7") << false << 0;
+        QTest::newRow("--wait: no emulator") << QByteArray() << true << 127;
+        QTest::newRow("detached: no emulator") << QByteArray() << false << 127;
+    }
+
+    void exitStatus()
+    {
+        QFETCH(QByteArray, emulator);
+        QFETCH(bool, wait);
+        QFETCH(int, status);
+
+        // A copy of the companion in an app folder of its own, beside a scripted emulator.
+        const QString contents = Path("Script App.app/Contents");
+        const QString program = contents + "/MacOS/nimbra-mobile-launch";
+        QVERIFY(QDir().mkpath(contents + "/MacOS"));
+        QVERIFY(QFile::copy(COMPANION, program));
+        if (!emulator.isNull()) {
+            const QString script =
+                contents + "/Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile";
+            QVERIFY(WriteText(script, "#!/bin/sh\n" + emulator + '\n'));
+            QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner));
+        }
+
+        const Run run =
+            Companion(wait ? QStringList{"--wait", "Default"} : QStringList{"Default"}, program);
+        QCOMPARE(run.status, status);
+        QCOMPARE(run.out, QByteArray());
+        if (status == 127)
+            QVERIFY2(run.err.startsWith("Failed to start Nimbra Mobile Emulator: "), run.err);
+        else
+            QCOMPARE(run.err, QByteArray());
+    }
+
+    // The companion finds the launcher beside it by the launcher's own identity.
+    void importRefusedWhileTheLauncherRuns()
+    {
+        QVERIFY(WriteText(Path("other.ini"), PhoneConfig));
+        QProcess launcher;
+        launcher.start(LAUNCHER_EXECUTABLE, {});
+        const QString exe = QFileInfo(LAUNCHER_EXECUTABLE).canonicalFilePath();
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(InstancePathsFor(exe).lockPath), 15000);
+
+        const Run run = Companion({"--import", Path("other.ini")});
+        launcher.kill();
+        launcher.waitForFinished();
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.err, "Close the launcher first: it rewrites Launcher.ini when it quits.\n");
+        QCOMPARE(ReadBytes(UserConfigPath()), PhoneConfig);
+    }
+};
+
+QTEST_GUILESS_MAIN(CompanionLaunchTest)
+#include "tst_companionlaunch.moc"
