@@ -1,5 +1,6 @@
 # Sourced: check_installed_tree PREFIX checks an installed tree under PREFIX (usr or a custom
-# prefix): the app folder, the links on PATH, desktop entry, metainfo and icons.
+# prefix): the app folder, the links on PATH, manual pages, copyright and changelog, desktop
+# entry, metainfo and icons.
 
 check_installed_tree() {
     local prefix=$1 id=com.nimbra.MobileLauncher
@@ -29,6 +30,7 @@ check_installed_tree() {
             fail "the link on PATH leads to $(readlink -f "$link")"
     done
     check_companion "$prefix"
+    check_docs "$prefix"
 
     local desktop="$prefix/share/applications/$id.desktop"
     desktop-file-validate "$desktop" || fail "desktop-file-validate rejects $desktop"
@@ -45,8 +47,8 @@ check_installed_tree() {
     done
 }
 
-# The command-line companion through its link: --list prints the shipped profiles, its manual
-# page reads without warnings, and its completion offers profile names, quoted.
+# The command-line companion through its link: --list prints the shipped profiles and its
+# completion offers profile names, quoted.
 check_companion() {
     local prefix=$1
     local expected listed
@@ -56,11 +58,6 @@ check_companion() {
         fail "nimbra-mobile-launch --list failed"
     [ -n "$expected" ] && [ "$listed" = "$expected" ] ||
         fail "nimbra-mobile-launch --list printed: $listed"
-
-    local page="$prefix/share/man/man1/nimbra-mobile-launch.1"
-    [ -s "$page" ] || fail "no manual page"
-    [ -z "$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$page" 2>&1 >/dev/null)" ] ||
-        fail "the manual page has warnings"
 
     local completion="$prefix/share/bash-completion/completions/nimbra-mobile-launch"
     [ -s "$completion" ] || fail "no bash completion"
@@ -77,4 +74,19 @@ check_companion() {
         printf "%s\n" "${COMPREPLY[@]}"' _ "$completion" "$prefix/bin/nimbra-mobile-launch" \
         "$contents/Resources/LauncherDefault.ini")
     grep -qx 'Phone\\ WVGA\\ hdpi' <<<"$reply" || fail "completion offered: $reply"
+}
+
+# Debian's documentation, in every installed tree alike: both programs' manual pages, only
+# compressed and reading without warnings, the copyright file and the changelog.
+check_docs() {
+    local prefix=$1 man1="$prefix/share/man/man1" page
+    [ "$(ls "$man1" | tr '\n' ' ')" = "nimbra-mobile-launch.1.gz nimbra-mobile-launcher.1.gz " ] ||
+        fail "man1 does not hold the two compressed pages alone: $(ls "$man1")"
+    for page in "$man1"/*; do
+        [ -z "$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$page" 2>&1 >/dev/null)" ] ||
+            fail "$(basename "$page") has warnings"
+    done
+    local doc="$prefix/share/doc/nimbra-mobile-launcher"
+    [ "$(ls "$doc" | tr '\n' ' ')" = "changelog.gz copyright " ] ||
+        fail "the documentation folder holds: $(ls "$doc")"
 }
