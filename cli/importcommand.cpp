@@ -1,16 +1,10 @@
-// --import: the one command that writes, under the launcher's own lock.
+// --import: the one command that writes, under the short lock every writer of the file takes.
 #include "commands.h"
 
 #include "fileformat.h"
 #include "filelocations.h"
-#include "instancepaths.h"
 #include "loading.h"
 #include "profiletransfer.h"
-
-#include <QLockFile>
-
-#include <memory>
-#include <vector>
 
 namespace {
 
@@ -71,27 +65,6 @@ QString Report(const MergeReport& report, const ConfigModel& target, const QStri
     return text;
 }
 
-// Takes the launcher's lock in every folder where a launcher may hold it; false, explained,
-// when a launcher holds one or none could be taken.
-bool TakeLauncherLocks(std::vector<std::unique_ptr<QLockFile>>& locks, const Console& console)
-{
-    for (const InstancePaths& paths : InstancePathCandidatesFor(LauncherExecutablePath())) {
-        auto lock = std::make_unique<QLockFile>(paths.lockPath);
-        lock->setStaleLockTime(0);
-        if (lock->tryLock(0)) {
-            locks.push_back(std::move(lock));
-        } else if (lock->error() == QLockFile::LockFailedError) {
-            console.PrintError(QStringLiteral(
-                "Close the launcher first: it rewrites Launcher.ini when it quits.\n"));
-            return false;
-        }
-        // Other errors: a folder that can't hold a lock can't hold a launcher's either.
-    }
-    if (locks.empty())
-        console.PrintError(QStringLiteral("Cannot take the launcher's lock: nothing imported.\n"));
-    return !locks.empty();
-}
-
 // The file to import, which must be a Launcher.ini this program reads.
 bool LoadSource(const QString& file, ConfigModel& source, const Console& console)
 {
@@ -120,13 +93,15 @@ int ImportProfiles(const Options& options, const Console& console)
     if (!LoadSource(options.importFile, source, console))
         return ExitStatus::Failed;
 
-    // The launcher rewrites Launcher.ini when it quits, so a merge while it runs would be
-    // lost. Holding its locks from read to write also keeps one from starting in between.
-    std::vector<std::unique_ptr<QLockFile>> locks;
-    if (!TakeLauncherLocks(locks, console))
-        return ExitStatus::Failed;
-
+    // A launcher that runs merges what this writes, so only the moment of writing is guarded,
+    // by the lock its own save takes too.
     const QString path = options.file.isEmpty() ? GetFileName(UserConfigFile) : options.file;
+    const UserFile::WriterLock lock(path);
+    if (lock.HeldElsewhere()) {
+        console.PrintError(
+            QStringLiteral("Another program is writing %1: nothing imported.\n").arg(path));
+        return ExitStatus::Failed;
+    }
     ConfigModel target;
     if (!LoadTarget(path, target, console))
         return ExitStatus::Failed;

@@ -1,6 +1,12 @@
 #include "atomicfile.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QSaveFile>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -12,23 +18,81 @@ bool Fail(QSaveFile& file, QString* errorString)
     return false;
 }
 
-} // namespace
-
-bool WriteFileAtomically(const QString& path, const QByteArray& data, QString* errorString)
+bool Fail(QFile& file, QString* errorString)
 {
-    QSaveFile file(path);
+    if (errorString)
+        *errorString = file.errorString();
+    return false;
+}
+
+// Writes data from the start of an open file until a write fails, and makes it that long.
+bool WriteAll(QFileDevice& file, const QByteArray& data)
+{
     // Unbuffered and written until a write fails: a short write carries no reason, the next
     // one fails with it ("File too large", "No space left on device").
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return Fail(file, errorString);
-    // Written through QSaveFile itself: a QTextStream on top hides a failed write and lets
-    // commit() replace the old file with a truncated one.
     for (qsizetype written = 0; written < data.size();) {
         const qint64 n = file.write(data.constData() + written, data.size() - written);
         if (n <= 0)
-            return Fail(file, errorString);
+            return false;
         written += n;
     }
+    return true;
+}
+
+bool Synced(QFile& file)
+{
+#ifdef Q_OS_UNIX
+    return ::fsync(file.handle()) == 0;
+#else
+    return file.flush();
+#endif
+}
+
+// The fallback for a folder that takes no temporary file: the old bytes are copied aside
+// first and put back when the new ones can't be written whole.
+bool WriteInPlace(const QString& path, const QByteArray& data, QString* errorString,
+                  const QString& backupFolder)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite | QIODevice::Unbuffered))
+        return Fail(file, errorString);
+    const QByteArray old = file.readAll();
+    const QString backup =
+        backupFolder.isEmpty() ? QString() : backupFolder + u'/' + QFileInfo(path).fileName();
+    if (!backup.isEmpty() &&
+        (!QDir().mkpath(backupFolder) ||
+         !WriteFileAtomically(backup + QStringLiteral(".before-save"), old, errorString)))
+        return false;
+    const bool written =
+        file.seek(0) && WriteAll(file, data) && file.resize(data.size()) && Synced(file);
+    if (!written) {
+        const QString reason = file.errorString();
+        file.seek(0) && WriteAll(file, old) && file.resize(old.size());
+        if (errorString)
+            *errorString = reason;
+        return false;
+    }
+    if (!backup.isEmpty())
+        QFile::remove(backup + QStringLiteral(".before-save"));
+    return true;
+}
+
+} // namespace
+
+bool WriteFileAtomically(const QString& path, const QByteArray& data, QString* errorString,
+                         const QString& backupFolder)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        const QFileInfo info(path);
+        if (info.isFile() && info.isWritable() && !QFileInfo(info.absolutePath()).isWritable())
+            return WriteInPlace(path, data, errorString, backupFolder);
+        return Fail(file, errorString);
+    }
+    // Written through QSaveFile itself: a QTextStream on top hides a failed write and lets
+    // commit() replace the old file with a truncated one.
+    if (!WriteAll(file, data))
+        return Fail(file, errorString);
     if (!file.commit()) {
         if (errorString)
             *errorString = file.errorString();

@@ -33,8 +33,14 @@ bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* ver
 // The whole file as the saver writes it; section 0 is rebuilt from the profiles first.
 QString FormatText(ConfigModel& model);
 
+// FormatText(model).toUtf8(), without the UTF-16 text.
+QByteArray FormatUtf8(ConfigModel& model);
+
 // Writes FormatText(model) to fileName as UTF-8, atomically, creating its folder; false when
-// nothing changed, with the system's reason in *errorString (when given).
-bool WriteFile(const QString& fileName, ConfigModel& model, QString* errorString = nullptr);
+// nothing changed, with the system's reason in *errorString (when given). Where the folder
+// takes no new file the file is written in place, its old bytes kept in backupFolder until
+// then.
+bool WriteFile(const QString& fileName, ConfigModel& model, QString* errorString = nullptr,
+               const QString& backupFolder = {});
 
 } // namespace Config

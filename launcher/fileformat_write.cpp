@@ -72,15 +72,6 @@ Buffer Layout(const QList<ConfigSection>& sections, Size&& size, Append&& append
     return buffer;
 }
 
-// FormatText(model).toUtf8(), without the UTF-16 text.
-QByteArray FormatUtf8(ConfigModel& model)
-{
-    StoreProfiles(model);
-    return Layout<QByteArray>(
-        model.sections, [](auto piece) { return TextIO::Utf8Size(piece); },
-        [](char* out, auto piece) { return TextIO::AppendUtf8(out, piece); });
-}
-
 QChar* AppendText(QChar* out, QLatin1String ascii)
 {
     for (const char c : ascii)
@@ -95,6 +86,14 @@ QChar* AppendText(QChar* out, QStringView text)
 
 } // namespace
 
+QByteArray FormatUtf8(ConfigModel& model)
+{
+    StoreProfiles(model);
+    return Layout<QByteArray>(
+        model.sections, [](auto piece) { return TextIO::Utf8Size(piece); },
+        [](char* out, auto piece) { return TextIO::AppendUtf8(out, piece); });
+}
+
 QString FormatText(ConfigModel& model)
 {
     StoreProfiles(model);
@@ -103,11 +102,12 @@ QString FormatText(ConfigModel& model)
         [](QChar* out, auto piece) { return AppendText(out, piece); });
 }
 
-bool WriteFile(const QString& fileName, ConfigModel& model, QString* errorString)
+bool WriteFile(const QString& fileName, ConfigModel& model, QString* errorString,
+               const QString& backupFolder)
 {
     // A folder that can't be made shows in the write's own reason.
     QDir().mkpath(QFileInfo(fileName).absolutePath());
-    return WriteFileAtomically(fileName, FormatUtf8(model), errorString);
+    return WriteFileAtomically(fileName, FormatUtf8(model), errorString, backupFolder);
 }
 
 } // namespace Config

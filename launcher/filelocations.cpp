@@ -62,6 +62,19 @@ QString LauncherExecutablePath()
     return ContentsPath(QStringLiteral("MacOS/" LAUNCHER_EXECUTABLE_NAME));
 }
 
+QString UserStateFolder()
+{
+#ifdef Q_OS_MACOS
+    const QString state = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+#else
+    // Qt 6.4 has no state location yet: the XDG rule by hand.
+    QString state = qEnvironmentVariable("XDG_STATE_HOME");
+    if (!QDir::isAbsolutePath(state))
+        state = QDir::homePath() + QStringLiteral("/.local/state");
+#endif
+    return state + QStringLiteral("/Nimbra Mobile");
+}
+
 QString InstanceModulePath()
 {
     return ContentsPath(QStringLiteral("PlugIns/libnimbra-mobile-instance.so"));

@@ -27,3 +27,8 @@ void SetApplicationDirForTesting(const QString& macosFolder);
 // The launcher's own executable in the app folder, which single instance's identity is made
 // from; on macOS it is the bundle's main executable and named as the bundle.
 QString LauncherExecutablePath();
+
+// The "Nimbra Mobile" folder of the user's state, for what the launcher keeps between runs
+// that is not the user's file: $XDG_STATE_HOME (by default ~/.local/state) on Linux, the data
+// folder on macOS.
+QString UserStateFolder();

@@ -44,14 +44,17 @@ InstancePaths InstancePathsFor(const QString& executablePath)
     return InstancePathCandidatesFor(executablePath).first();
 }
 
+QString InstanceName(const QString& executablePath)
+{
+    const QByteArray identity = executablePath.toUtf8() + '\n' + UserId();
+    return QStringLiteral("nimbra-launcher-") +
+           QString::fromLatin1(
+               QCryptographicHash::hash(identity, QCryptographicHash::Sha256).toHex().left(16));
+}
+
 QList<InstancePaths> InstancePathCandidatesFor(const QString& executablePath)
 {
-    // Hashed, so the name stays short: macOS allows socket paths of about 100 bytes.
-    const QByteArray identity = executablePath.toUtf8() + '\n' + UserId();
-    const QString name =
-        QStringLiteral("nimbra-launcher-") +
-        QString::fromLatin1(
-            QCryptographicHash::hash(identity, QCryptographicHash::Sha256).toHex().left(16));
+    const QString name = InstanceName(executablePath);
     QList<InstancePaths> candidates;
     for (const QString& folder : InstanceFolders()) {
         const QString base = folder + u'/' + name;

@@ -11,6 +11,10 @@ struct InstancePaths
     QString serverPath;
 };
 
+// The name that tells the launcher installed at executablePath, for this user, from copies at
+// other paths and other users: short, as macOS allows socket paths of about 100 bytes.
+QString InstanceName(const QString& executablePath);
+
 // The lock file and socket of the launcher installed at executablePath, for this user: copies
 // at other paths and other users get paths of their own. They lie in the first of the
 // candidate folders below, where a launcher runs unless that folder can't hold a lock.

@@ -3,11 +3,13 @@
 
 #include "filelocations.h"
 #include "launchcommand.h"
-#include "qtsingleapplication.h"
+#include "recovery.h"
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDialogButtonBox>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -16,8 +18,14 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QStyleOptionSlider>
+#include <QTimer>
 #include <QUrl>
+
+#include <algorithm>
+#include <array>
+#include <optional>
 
 QSize ProfileQListWidget::sizeHint() const
 {
@@ -30,8 +38,6 @@ QSize ProfileQListWidget::sizeHint() const
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
-    if (const auto* app = qobject_cast<QtSingleApplication*>(QCoreApplication::instance()))
-        m_sharedUserFile = app->runsWithoutLock();
     LoadStartupConfig();
     BuildControls();
 
@@ -41,11 +47,25 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     RefreshAddUpdateButton();
     m_removePixelDensityButton->setEnabled(false);
     RefreshAddUpdateButton();
+
+    // The one look before the first paint: whether an earlier run left edits to bring back.
+    m_recoveryPath = Recovery::StatePath(QCoreApplication::applicationFilePath());
+    const bool recover = QFileInfo::exists(m_recoveryPath);
+    QTimer::singleShot(0, this, [this, recover] {
+        if (recover)
+            RecoverUnsavedEdits();
+        WatchUserFile();
+    });
 }
 
 MainWindow::~MainWindow()
 {
-    SaveConfig();
+    // A save at logout left nothing to write unless something changed since.
+    if (m_editedSinceSave)
+        SaveConfig();
+    // Edits that could not be saved unattended stay for the next start.
+    if (m_lastSave != UserFile::SaveResult::Failed || !m_unattended)
+        QFile::remove(m_recoveryPath);
 }
 
 void MainWindow::BuildControls()
@@ -221,4 +241,65 @@ void MainWindow::OnLaunch()
 void MainWindow::OnHelp()
 {
     QDesktopServices::openUrl(QUrl::fromLocalFile(GetFileName(HelpFile)));
+}
+
+void MainWindow::FillProfileList()
+{
+    // Items are reused: a merge or an undo changes a few names among thousands.
+    while (m_profileList->count() > m_profiles.size())
+        delete m_profileList->takeItem(m_profileList->count() - 1);
+    for (int row = 0; row < m_profiles.size(); ++row) {
+        if (row == m_profileList->count())
+            m_profileList->addItem(m_profiles[row].name);
+        else if (m_profileList->item(row)->text() != m_profiles[row].name)
+            m_profileList->item(row)->setText(m_profiles[row].name);
+    }
+}
+
+void MainWindow::ShowModel(ConfigModel model)
+{
+    const QString shownName = ControlsProfile().name;
+    std::array<std::optional<OptionEntry>, OptionKindCount> shown;
+    for (const OptionKind kind : AllOptionKinds) {
+        const int index = ComboBox(kind)->currentIndex();
+        if (index >= 0 && index < m_model.Options(kind).size())
+            shown[int(kind)] = m_model.Options(kind)[index];
+        model.sections[SectionIndex(kind)].comboBox = ComboBox(kind);
+    }
+    const int row = m_profileList->currentRow();
+    m_model = std::move(model);
+
+    int shownRow = row < m_profiles.size() && m_profiles[row].name == shownName
+                       ? row
+                       : FindProfile(m_profiles, shownName);
+    {
+        // The controls keep what they show; only the lists change under them.
+        const QSignalBlocker blockList(m_profileList);
+        FillProfileList();
+        m_profileList->setCurrentRow(std::max(shownRow, 0));
+        for (const OptionKind kind : AllOptionKinds) {
+            QComboBox* comboBox = ComboBox(kind);
+            const QSignalBlocker blockComboBox(comboBox);
+            QStringList keys;
+            for (const OptionEntry& entry : m_model.Options(kind))
+                keys.append(entry.key);
+            comboBox->clear();
+            comboBox->insertItems(0, keys);
+            // An entry that went falls back to the profile's own choice.
+            const std::optional<OptionEntry>& entry = shown[int(kind)];
+            const qsizetype index = entry ? m_model.Options(kind).indexOf(*entry) : -1;
+            comboBox->setCurrentIndex(index >= 0      ? int(index)
+                                      : shownRow >= 0 ? ChosenIndex(m_profiles[shownRow], kind)
+                                                      : -1);
+        }
+    }
+    m_removeResolutionButton->setEnabled(ComboBox(OptionKind::Resolution)->currentIndex() > 0);
+    m_removePixelDensityButton->setEnabled(ComboBox(OptionKind::PixelDensity)->currentIndex() > 0);
+    // A profile that went shows the first one instead.
+    if (shownRow < 0) {
+        OnProfileChanged(0);
+        return;
+    }
+    m_removeProfileButton->setEnabled(shownRow != 0);
+    RefreshAddUpdateButton();
 }

@@ -7,6 +7,8 @@
 #include <QMainWindow>
 
 class QAction;
+class QFileSystemWatcher;
+class QTimer;
 class QComboBox;
 class QLineEdit;
 class QListWidgetItem;
@@ -40,6 +42,13 @@ public:
 
     QString GetProfileValue(const Profile& profile) const;
     QString GetSectionDisplayName(const QString& sectionName, bool lowerCase) const;
+
+    // Nobody may be there to answer a box (the launcher ends on a signal): a save that fails
+    // says so on stderr and leaves the edits to the next start.
+    void SetUnattended() { m_unattended = true; }
+    // Saves now, asking nothing, as a session manager asks at logout; the save at exit is then
+    // skipped unless something changed since.
+    void CommitData();
 
 public slots:
     void OnProfileChanged(int index);
@@ -77,6 +86,19 @@ private:
 
     bool AskRetrySave(const QString& path, const QString& reason);
 
+    // Nothing lost however the launcher ends: each edit is kept as recovery state shortly
+    // after, the next start brings back what a run that did not end cleanly left, and what
+    // others write into the user's file while the window is open is merged in.
+    void EditCommitted(const QString& what, const ConfigModel& before);
+    void WriteRecoveryState();
+    void RecoverUnsavedEdits();
+    void WatchUserFile();
+    void MergeOutsideChanges();
+    // Shows model in the controls, keeping what the user is looking at: the selected profile,
+    // the entries chosen in the combo boxes and text typed but not yet stored.
+    void ShowModel(ConfigModel model);
+    void FillProfileList();
+
     ConfigModel m_model;
     QList<Profile>& m_profiles = m_model.profiles;
     QList<ConfigSection>& m_sections = m_model.sections;
@@ -86,10 +108,15 @@ private:
     QLineEdit* m_argumentsEdit = nullptr;
     QPushButton* m_removeResolutionButton = nullptr;
     QPushButton* m_removePixelDensityButton = nullptr;
-    // The user's file as loaded, for the save at exit.
+    // The user's file as last read or written, what a save merges against.
     UserFile::Baseline m_baseline;
-    // Set when no single-instance lock guards the file: another launcher may save it too.
-    bool m_sharedUserFile = false;
+    bool m_unattended = false;
+    bool m_editedSinceSave = true;
+    UserFile::SaveResult m_lastSave = UserFile::SaveResult::Refused;
+    QString m_recoveryPath;
+    QTimer* m_recoveryTimer = nullptr;
+    QFileSystemWatcher* m_fileWatcher = nullptr;
+    QTimer* m_mergeTimer = nullptr;
 
     // The command preview and the profile list's menu, for people who launch all day.
     QLayout* BuildCommandRow();

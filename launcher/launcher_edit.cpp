@@ -30,10 +30,12 @@ void MainWindow::CopyControlsToProfile(Profile& profile)
 
 void MainWindow::OnAddUpdateProfile()
 {
+    const ConfigModel before = m_model;
     const int row = m_profileList->currentRow();
     if (row != 0) {
         CopyControlsToProfile(m_profiles[row]);
         RefreshAddUpdateButton();
+        EditCommitted(QStringLiteral("Update Profile"), before);
         return;
     }
 
@@ -59,6 +61,7 @@ void MainWindow::OnAddUpdateProfile()
             m_profiles.append(profile);
             m_profileList->addItem(name);
             m_profileList->setCurrentRow(m_profiles.size() - 1);
+            EditCommitted(QStringLiteral("Add Profile"), before);
             return;
         }
         if (QMessageBox::question(
@@ -69,6 +72,7 @@ void MainWindow::OnAddUpdateProfile()
             m_profileList->setCurrentRow(existing);
             // Replacing the first profile leaves row 0 current, so no row change refreshes.
             RefreshAddUpdateButton();
+            EditCommitted(QStringLiteral("Update Profile"), before);
             return;
         }
     }
@@ -83,11 +87,13 @@ void MainWindow::OnRemoveProfile()
                               QMessageBox::Ok | QMessageBox::Cancel,
                               QMessageBox::NoButton) != QMessageBox::Ok)
         return;
+    const ConfigModel before = m_model;
     // The profile goes first: taking the current row out selects a neighbour at once, and
     // its slot must find rows and profiles in step.
     m_profiles.removeAt(row);
     delete m_profileList->takeItem(row);
     m_profileList->setCurrentRow(0);
+    EditCommitted(QStringLiteral("Remove Profile"), before);
 }
 
 void MainWindow::OnResolution(int index)
@@ -165,10 +171,14 @@ bool MainWindow::ConfirmResolutionSize(int width, int height)
 
 void MainWindow::AppendOption(OptionKind kind, const QString& name, const QString& value)
 {
+    const ConfigModel before = m_model;
     QList<OptionEntry>& entries = m_model.Options(kind);
     entries.append({name, value});
     ComboBox(kind)->addItem(name);
     ComboBox(kind)->setCurrentIndex(entries.size() - 1);
+    EditCommitted(QStringLiteral("Add ") +
+                      GetSectionDisplayName(m_sections[SectionIndex(kind)].name, false),
+                  before);
 }
 
 void MainWindow::OnRemoveResolution()
@@ -201,7 +211,11 @@ bool MainWindow::RemoveCurrentOption(OptionKind kind)
         return false;
 
     // The model changes before the combo box: removing its current item runs its slot at once.
+    const ConfigModel before = m_model;
     RemoveOption(m_model, kind, index);
     ComboBox(kind)->removeItem(index);
+    EditCommitted(QStringLiteral("Remove ") +
+                      GetSectionDisplayName(m_sections[SectionIndex(kind)].name, false),
+                  before);
     return true;
 }

@@ -3,8 +3,10 @@
 #include "filelocations.h"
 #include "launcher.h"
 
+#include <QFile>
 #include <QMessageBox>
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -66,7 +68,6 @@ bool MainWindow::AdoptLoaded(UserFile::Loaded loaded)
         return false;
     m_model = std::move(loaded.model);
     m_baseline = loaded.baseline;
-    m_baseline.shared = m_sharedUserFile;
     return true;
 }
 
@@ -81,20 +82,34 @@ QString MainWindow::RenameOutdatedConfig(qint32 version)
 bool MainWindow::SaveConfig()
 {
     // Refused before the path is looked up, so a refusal leaves no trace.
+    m_lastSave = UserFile::SaveResult::Refused;
     if (!UserFile::MayWrite(m_model, m_baseline))
         return false;
     const QString path = GetFileName(UserConfigFile);
     QString reason;
-    for (;;) {
-        switch (UserFile::Save(path, m_model, m_baseline, &reason)) {
-        case UserFile::SaveResult::Refused:
-            return false;
-        case UserFile::SaveResult::Written:
-            return true;
-        case UserFile::SaveResult::Failed:
-            if (!AskRetrySave(path, reason))
-                return true;
-        }
+    do {
+        m_lastSave = UserFile::Save(path, m_model, m_baseline, &reason);
+    } while (m_lastSave == UserFile::SaveResult::Failed && !m_unattended &&
+             AskRetrySave(path, reason));
+    if (m_lastSave == UserFile::SaveResult::Failed && m_unattended)
+        std::fprintf(stderr,
+                     "nimbra-mobile-launcher: your profiles could not be saved to %s (%s); "
+                     "the next start brings them back from %s\n",
+                     qPrintable(path), qPrintable(reason), qPrintable(m_recoveryPath));
+    m_editedSinceSave = m_lastSave != UserFile::SaveResult::Written;
+    return true;
+}
+
+void MainWindow::CommitData()
+{
+    const bool unattended = m_unattended;
+    m_unattended = true;
+    SaveConfig();
+    m_unattended = unattended;
+    if (m_lastSave == UserFile::SaveResult::Written) {
+        QFile::remove(m_recoveryPath);
+        // The merge with what others wrote may have brought in more.
+        ShowModel(m_model);
     }
 }
 

@@ -126,9 +126,11 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
 
 void MainWindow::DuplicateCurrentProfile()
 {
+    const ConfigModel before = m_model;
     const int copy = ::DuplicateProfile(m_profiles, m_profileList->currentRow());
     m_profileList->insertItem(copy, m_profiles[copy].name);
     m_profileList->setCurrentRow(copy);
+    EditCommitted(QStringLiteral("Duplicate Profile"), before);
 }
 
 void MainWindow::RenameCurrentProfile()
@@ -149,10 +151,12 @@ void MainWindow::RenameCurrentProfile()
             break;
         QMessageBox::warning(this, title, NameFaultText(fault));
     }
+    const ConfigModel before = m_model;
     m_profiles[row].name = name;
     m_profileList->item(row)->setText(name);
     // The name is part of the command the preview shows.
     RefreshAddUpdateButton();
+    EditCommitted(QStringLiteral("Rename Profile"), before);
 }
 
 void MainWindow::CopyCommandLine()
@@ -162,6 +166,7 @@ void MainWindow::CopyCommandLine()
 
 void MainWindow::MoveCurrentProfile(int delta)
 {
+    const ConfigModel before = m_model;
     const int row = m_profileList->currentRow();
     const int target = ::MoveProfile(m_profiles, row, delta);
     if (target < 0)
@@ -174,6 +179,7 @@ void MainWindow::MoveCurrentProfile(int delta)
         m_profileList->setCurrentRow(target);
     }
     RefreshAddUpdateButton();
+    EditCommitted(QStringLiteral("Move Profile"), before);
 }
 
 void MainWindow::LaunchItem(QListWidgetItem* item)

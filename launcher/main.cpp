@@ -1,5 +1,6 @@
 #include "launcher.h"
 #include "qtsingleapplication.h"
+#include "quitsignals.h"
 
 int main(int argc, char** argv)
 {
@@ -10,5 +11,13 @@ int main(int argc, char** argv)
     MainWindow window(nullptr);
     window.show();
     app.setActivationWindow(&window, true);
+    // Logout, kill and Ctrl+C end the loop as a closed window does, so the save at exit runs;
+    // a session manager's logout saves at once, as no box may be shown then.
+    QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &QuitSignals::received, &window, [&] {
+        window.SetUnattended();
+        app.quit();
+    });
+    QObject::connect(&app, &QGuiApplication::commitDataRequest, &window, &MainWindow::CommitData);
     return app.exec();
 }

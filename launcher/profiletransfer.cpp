@@ -76,12 +76,19 @@ ConfigModel ExtractProfiles(const ConfigModel& model, const QList<int>& rows)
     return result;
 }
 
-QString FreeProfileName(const QList<Profile>& profiles, const QString& name)
+QString FreeProfileName(const std::function<bool(const QString&)>& taken, const QString& name)
 {
     QString candidate = name;
-    for (int n = 2; FindProfile(profiles, candidate) >= 0; ++n)
+    for (int n = 2; taken(candidate); ++n)
         candidate = name + QStringLiteral(" (%1)").arg(n);
     return candidate;
+}
+
+QString FreeProfileName(const QList<Profile>& profiles, const QString& name)
+{
+    return FreeProfileName(
+        [&profiles](const QString& candidate) { return FindProfile(profiles, candidate) >= 0; },
+        name);
 }
 
 MergeReport MergeModel(ConfigModel& target, const ConfigModel& source, SameName rule)

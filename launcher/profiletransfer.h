@@ -6,6 +6,7 @@
 #include "model.h"
 
 #include <array>
+#include <functional>
 
 // A model holding the profiles at rows, in that order, and only the option entries they choose
 // (in their old order, renumbered). A choice outside its section becomes -1, which still
@@ -15,6 +16,7 @@ ConfigModel ExtractProfiles(const ConfigModel& model, const QList<int>& rows);
 // Name under which a profile called name joins profiles: name itself while free, else the
 // first free "name (n)" from n = 2.
 QString FreeProfileName(const QList<Profile>& profiles, const QString& name);
+QString FreeProfileName(const std::function<bool(const QString&)>& taken, const QString& name);
 
 // What MergeModel does with a source profile whose name the target already has.
 enum class SameName {

@@ -1,9 +1,11 @@
 #include "userfile.h"
 
 #include "fileformat.h"
-#include "profiletransfer.h"
+#include "filelocations.h"
+#include "threewaymerge.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -13,6 +15,8 @@ namespace {
 
 // Bounds the search in a folder full of set-aside files; one more name never takes that long.
 constexpr int kMaxSetAsideNames = 10000;
+// A writer holds its lock for one read and one write.
+constexpr int kWriterLockWaitMs = 5000;
 
 UserState Unread(const QString& path)
 {
@@ -26,6 +30,7 @@ void LoadUserFile(const LoadRequest& request, Loaded& loaded)
     switch (ReadModel(request.userPath, loaded.model, &loaded.userVersion)) {
     case ReadResult::Loaded:
         loaded.user = UserState::Loaded;
+        loaded.baseline.base = loaded.model;
         return;
     case ReadResult::Unreadable:
         loaded.user = Unread(request.userPath);
@@ -56,15 +61,6 @@ void LoadDefaults(const LoadRequest& request, Loaded& loaded)
         loaded.defaults = DefaultsState::Unreadable;
         break;
     }
-}
-
-// The model to write when the file changed since the load: the file's, with ours merged in.
-bool MergeWithFile(const QString& path, const ConfigModel& model, ConfigModel& merged)
-{
-    if (ReadModel(path, merged) != ReadResult::Loaded)
-        return false;
-    MergeModel(merged, model, SameName::KeepTarget);
-    return true;
 }
 
 } // namespace
@@ -123,20 +119,52 @@ Loaded Load(const LoadRequest& request)
     return loaded;
 }
 
+Changes MergeChanges(const QString& path, ConfigModel& model, Baseline& baseline, qint32* version)
+{
+    const Stamp stamp = StampOf(path);
+    if (stamp == baseline.stamp || stamp.size < 0)
+        return Changes::None;
+    ConfigModel theirs;
+    qint32 read = 0;
+    const ReadResult result = ReadModel(path, theirs, &read);
+    if (version)
+        *version = read;
+    // A file that changed while it was read is still being written.
+    if (result != ReadResult::Loaded || StampOf(path) != stamp)
+        return Changes::Unreadable;
+    model = MergeThreeWay(baseline.base, model, theirs);
+    baseline.stamp = stamp;
+    baseline.base = std::move(theirs);
+    return Changes::Merged;
+}
+
+WriterLock::WriterLock(const QString& path) : m_lock(path + QStringLiteral(".lock"))
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    m_heldElsewhere =
+        !m_lock.tryLock(kWriterLockWaitMs) && m_lock.error() == QLockFile::LockFailedError;
+}
+
 bool MayWrite(const ConfigModel& model, const Baseline& baseline)
 {
     return model.sections.size() >= Config::SectionCount && !baseline.keepFile;
 }
 
-SaveResult Save(const QString& path, ConfigModel& model, const Baseline& baseline,
-                QString* errorString)
+SaveResult Save(const QString& path, ConfigModel& model, Baseline& baseline, QString* errorString)
 {
     if (!MayWrite(model, baseline))
         return SaveResult::Refused;
-    ConfigModel merged;
-    const bool changed = baseline.shared && StampOf(path) != baseline.stamp;
-    ConfigModel& written = changed && MergeWithFile(path, model, merged) ? merged : model;
-    return Config::WriteFile(path, written, errorString) ? SaveResult::Written : SaveResult::Failed;
+    // Another writer holds it for a moment only; one that can't be had in time is not worth
+    // losing the save for.
+    const WriterLock lock(path);
+    qint32 version = 0;
+    if (MergeChanges(path, model, baseline, &version) == Changes::Unreadable)
+        SetFileAside(path, version);
+    if (!Config::WriteFile(path, model, errorString, UserStateFolder()))
+        return SaveResult::Failed;
+    baseline.stamp = StampOf(path);
+    baseline.base = model;
+    return SaveResult::Written;
 }
 
 } // namespace UserFile

@@ -1,10 +1,12 @@
 // The user's Launcher.ini as one unit: loading it, with the fallback to the shipped defaults
 // and an out-of-date file set aside; and saving a model back, atomically, merged with what
-// someone else wrote meanwhile where that can happen. The window turns the outcomes into its
-// message boxes, the command-line tool into lines on stderr.
+// someone else wrote meanwhile. The window turns the outcomes into its message boxes, the
+// command-line tool into lines on stderr.
 #pragma once
 
 #include "model.h"
+
+#include <QLockFile>
 
 #include <functional>
 
@@ -48,13 +50,12 @@ struct LoadRequest
 enum class UserState { Loaded, Missing, Unreadable, Outdated, SetAside, KeptInPlace };
 enum class DefaultsState { NotRead, Loaded, Outdated, Unreadable };
 
-// What a save needs to know of the load.
+// The user's file as this run last read or wrote it: what a save merges against.
 struct Baseline
 {
-    Stamp stamp;           // the user's file as read
+    Stamp stamp;                                 // of the file
+    ConfigModel base{Config::NewSections(), {}}; // its content; empty when there was none to use
     bool keepFile = false; // out of date and could not be set aside: never overwritten
-    // Another launcher may save the file too (no single-instance lock): a save merges.
-    bool shared = false;
 };
 
 struct Loaded
@@ -78,17 +79,45 @@ struct Loaded
 // The user's file by the loader's rules, else the defaults.
 Loaded Load(const LoadRequest& request);
 
+enum class Changes { None, Merged, Unreadable };
+
+// What someone else wrote into the file since the baseline, merged into model (three ways,
+// with the baseline's content as the common ancestor), and the baseline moved to that file.
+// None: unchanged, or gone (nothing to merge). Unreadable: changed into something that can't
+// be read as it stands (or still being written), with its version in *version; nothing
+// changes.
+Changes MergeChanges(const QString& path, ConfigModel& model, Baseline& baseline,
+                     qint32* version = nullptr);
+
 enum class SaveResult { Written, Refused, Failed };
 
 // False for a model without its four sections, or when the baseline keeps the file.
 bool MayWrite(const ConfigModel& model, const Baseline& baseline);
 
-// Writes model to path atomically, section 0 rebuilt from its profiles. Refused, touching
-// nothing, unless MayWrite. When the
-// baseline is shared and the file changed since, the file's own profiles and options stay and
-// this model's are merged in (a name both have keeps the file's). Failed: *errorString holds
-// the system's reason and the old file is whole.
-SaveResult Save(const QString& path, ConfigModel& model, const Baseline& baseline,
+// Writes model to path atomically, section 0 rebuilt from its profiles, under a short lock
+// that other writers of the file take too. Refused, touching nothing, unless MayWrite. What
+// someone else wrote since the baseline is merged in first (model then holds the merge); a
+// file that changed into something unreadable is set aside as an out-of-date one is, never
+// merged. Written: the baseline is the file as written. Failed: *errorString holds the
+// system's reason and the old file is whole.
+SaveResult Save(const QString& path, ConfigModel& model, Baseline& baseline,
                 QString* errorString = nullptr);
+
+// Held by each writer of the user's file (a launcher's save, an import) around one read and
+// one write of it, beside the file. A folder that can hold no lock has no writer to wait for.
+class WriterLock
+{
+public:
+    explicit WriterLock(const QString& path);
+    WriterLock(const WriterLock&) = delete;
+    WriterLock& operator=(const WriterLock&) = delete;
+
+    // True when another writer kept it the whole time this one waited.
+    bool HeldElsewhere() const { return m_heldElsewhere; }
+
+private:
+    QLockFile m_lock;
+    bool m_heldElsewhere = false;
+};
 
 } // namespace UserFile

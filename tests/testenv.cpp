@@ -14,6 +14,8 @@ QString UsePrivateDataLocation()
 {
     static QTemporaryDir dir;
     qputenv("XDG_DATA_HOME", QFile::encodeName(dir.path()));
+    // Recovery state and logs too, beside it.
+    qputenv("XDG_STATE_HOME", QFile::encodeName(dir.path() + QStringLiteral("/state")));
     return dir.path();
 }
 

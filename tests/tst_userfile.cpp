@@ -3,7 +3,9 @@
 // or keeps.
 #include "fileformat.h"
 #include "records.h"
+#include "recovery.h"
 #include "testenv.h"
+#include "threewaymerge.h"
 #include "userfile.h"
 
 #include <QDir>
@@ -15,6 +17,7 @@ using UserFile::DefaultsState;
 using UserFile::UserState;
 
 Q_DECLARE_METATYPE(UserState)
+Q_DECLARE_METATYPE(Recovery::ReadResult)
 Q_DECLARE_METATYPE(DefaultsState)
 
 namespace {
@@ -158,40 +161,96 @@ private slots:
         ConfigModel model{Config::NewSections(), {{"New", "", {}}}};
         QCOMPARE(UserFile::Save(path, model, loaded.baseline), UserFile::SaveResult::Refused);
         model.sections.removeLast();
-        QCOMPARE(UserFile::Save(path, model, {}), UserFile::SaveResult::Refused);
+        UserFile::Baseline none;
+        QCOMPARE(UserFile::Save(path, model, none), UserFile::SaveResult::Refused);
         QCOMPARE(ReadBytes(path), old);
     }
 
-    void saveAfterAnotherWriter_data()
+    // What another writer left since the load is merged in, not overwritten; the model then
+    // holds the merge and the baseline the file as written.
+    void saveMergesAnotherWriter()
     {
-        QTest::addColumn<bool>("shared");
-        QTest::addColumn<QStringList>("names");
-        // With the single-instance lock nobody else writes: the model is the file.
-        QTest::newRow("the only writer") << false << QStringList{"Start", "Mine"};
-        // Without it, the other launcher's profiles stay; for a name both have, theirs.
-        QTest::newRow("another launcher may write")
-            << true << QStringList{"Start", "Theirs", "Mine"};
-    }
-
-    void saveAfterAnotherWriter()
-    {
-        QFETCH(bool, shared);
-        QFETCH(QStringList, names);
         const QString path = Path("Launcher.ini");
-        QVERIFY(WriteText(path, File({"Start"})));
+        QVERIFY(WriteText(path, File({"Start", "Gone"})));
         UserFile::Loaded loaded = UserFile::Load({path, {}, {}});
-        loaded.baseline.shared = shared;
         loaded.model.profiles[0].arguments = " -mine";
         loaded.model.profiles.append({"Mine", " -q \"a b\"", {0, 0, 0}});
 
-        QTest::qWait(5); // a modification time of its own
         QVERIFY(WriteText(path, File({"Start", "Theirs"})));
         QCOMPARE(UserFile::Save(path, loaded.model, loaded.baseline),
                  UserFile::SaveResult::Written);
         const UserFile::Loaded saved = UserFile::Load({path, {}, {}});
-        QCOMPARE(Names(saved.model), names);
-        QCOMPARE(saved.model.profiles[0].arguments, shared ? "" : " -mine");
-        QCOMPARE(saved.model.profiles.last(), (Profile{"Mine", " -q \"a b\"", {0, 0, 0}}));
+        QCOMPARE(Names(saved.model), (QStringList{"Start", "Mine", "Theirs"}));
+        QCOMPARE(saved.model.profiles[0].arguments, " -mine");
+        QCOMPARE(saved.model.profiles[1], (Profile{"Mine", " -q \"a b\"", {0, 0, 0}}));
+        QVERIFY(SameContent(loaded.model, saved.model));
+        QCOMPARE(loaded.baseline.stamp, UserFile::StampOf(path));
+    }
+
+    // Never merged into garbage: the file is kept aside as an out-of-date one is.
+    void saveSetsAsideAFileTurnedUnreadable()
+    {
+        const QString path = Path("Launcher.ini");
+        QVERIFY(WriteText(path, File({"Start"})));
+        UserFile::Loaded loaded = UserFile::Load({path, {}, {}});
+        const QByteArray garbage = "\x01\x02 not a configuration\n";
+        QVERIFY(WriteText(path, garbage));
+        QCOMPARE(UserFile::Save(path, loaded.model, loaded.baseline),
+                 UserFile::SaveResult::Written);
+        QCOMPARE(ReadBytes(Path("Launcher.0.ini")), garbage);
+        QCOMPARE(Names(UserFile::Load({path, {}, {}}).model), QStringList{"Start"});
+    }
+
+    void recoveryState_data()
+    {
+        QTest::addColumn<QByteArray>("from"); // replaced in what was written
+        QTest::addColumn<QByteArray>("to");
+        QTest::addColumn<QString>("reason"); // empty: usable
+        QTest::newRow("as written") << QByteArray() << QByteArray() << QString();
+        QTest::newRow("cut short")
+            << QByteArray("#recovery-end\n") << QByteArray() << "it is cut short";
+        QTest::newRow("another format")
+            << QByteArray("#recovery 1\n") << QByteArray("#recovery 2\n")
+            << "it was written in another format";
+        QTest::newRow("another installed copy")
+            << QByteArray("launcher /opt/launcher\n") << QByteArray("launcher /opt/other\n")
+            << "it belongs to the launcher installed at /opt/other";
+        QTest::newRow("a model damaged")
+            << QByteArray("$VERSION\t106") << QByteArray("$VERSION\t99") << "it is damaged";
+    }
+
+    // Both models come back exactly, an empty base included; anything else is refused whole
+    // and kept aside.
+    void recoveryState()
+    {
+        QFETCH(QByteArray, from);
+        QFETCH(QByteArray, to);
+        QFETCH(QString, reason);
+        const QString path = Path("state/recovery.ini");
+        const auto defaults = [] { return SourceResource("LauncherDefault.ini"); };
+        const Recovery::State written{"/opt/launcher",
+                                      42,
+                                      {Config::NewSections(), {}},
+                                      UserFile::Load({{}, defaults, {}}).model};
+        QVERIFY(Recovery::Write(path, written));
+        if (!from.isEmpty())
+            QVERIFY(WriteText(path, ReadBytes(path).replace(from, to)));
+
+        Recovery::State read;
+        QString why;
+        const Recovery::ReadResult result = Recovery::Read(path, "/opt/launcher", &read, &why);
+        QCOMPARE(why, reason);
+        if (!reason.isEmpty()) {
+            QCOMPARE(result, Recovery::ReadResult::Unusable);
+            QCOMPARE(Recovery::SetAside(path), Path("state/recovery.unused-1.ini"));
+            return;
+        }
+        QCOMPARE(result, Recovery::ReadResult::Usable);
+        QCOMPARE(read.pid, 42);
+        QVERIFY(SameContent(read.model, written.model));
+        QVERIFY(SameContent(read.base, written.base));
+        QCOMPARE(Recovery::Read(Path("none.ini"), "/opt/launcher", &read, &why),
+                 Recovery::ReadResult::None);
     }
 };
 

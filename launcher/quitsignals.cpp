@@ -1,0 +1,56 @@
+#include "quitsignals.h"
+
+#include <QSocketNotifier>
+
+#include <csignal>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kSignals[] = {SIGTERM, SIGHUP, SIGINT};
+int g_pair[2] = {-1, -1};
+
+extern "C" void WriteSignal(int signalNumber)
+{
+    const char byte = char(signalNumber);
+    // Nothing else is safe in a handler; a full pipe only loses a repeat.
+    [[maybe_unused]] const ssize_t written = ::write(g_pair[0], &byte, 1);
+}
+
+} // namespace
+
+QuitSignals::QuitSignals(QObject* parent) : QObject(parent)
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_pair) != 0)
+        return;
+    m_notifier = new QSocketNotifier(g_pair[1], QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &QuitSignals::Read);
+    struct sigaction action = {};
+    action.sa_handler = WriteSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (const int signalNumber : kSignals)
+        ::sigaction(signalNumber, &action, nullptr);
+}
+
+QuitSignals::~QuitSignals()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_DFL;
+    for (const int signalNumber : kSignals)
+        ::sigaction(signalNumber, &action, nullptr);
+    for (int& fd : g_pair) {
+        if (fd >= 0)
+            ::close(fd);
+        fd = -1;
+    }
+}
+
+void QuitSignals::Read()
+{
+    char byte = 0;
+    if (::read(g_pair[1], &byte, 1) == 1)
+        emit received(byte);
+}

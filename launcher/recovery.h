@@ -1,0 +1,35 @@
+// Unsaved edits kept on disk while the launcher runs, so that a run that ends without saving
+// (a crash, SIGKILL, a display that goes away) loses nothing: written shortly after each edit,
+// removed after a clean exit, brought back by the next start. No widgets.
+#pragma once
+
+#include "model.h"
+
+namespace Recovery {
+
+// Where the launcher installed at executablePath keeps its state: one file per installation
+// and user, in the user's state folder.
+QString StatePath(const QString& executablePath);
+
+struct State
+{
+    QString launcher; // the executable of the run that wrote it
+    qint64 pid = 0;
+    ConfigModel base;  // the user's file as that run last read or wrote it
+    ConfigModel model; // what that run's window held
+};
+
+// Writes state to path atomically, creating its folder; false with the system's reason.
+bool Write(const QString& path, const State& state, QString* errorString = nullptr);
+
+enum class ReadResult { None, Usable, Unusable };
+
+// Reads the state at path. None: there is none. Unusable: *reason says why it can't be used
+// (cut short, another format, another installed copy than executablePath, unreadable).
+ReadResult Read(const QString& path, const QString& executablePath, State* state, QString* reason);
+
+// Moves an unusable state out of the way under a name of its own, kept for the user; returns
+// where it went (path itself when it could not move).
+QString SetAside(const QString& path);
+
+} // namespace Recovery
