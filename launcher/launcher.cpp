@@ -49,8 +49,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     RefreshAddUpdateButton();
 
     // The one look before the first paint: whether an earlier run left edits to bring back.
-    m_recoveryPath = Recovery::StatePath(QCoreApplication::applicationFilePath());
-    const bool recover = QFileInfo::exists(m_recoveryPath);
+    m_recovery = Recovery::Writer(Recovery::StatePath(QCoreApplication::applicationFilePath()));
+    const bool recover = QFileInfo::exists(m_recovery.Path());
     QTimer::singleShot(0, this, [this, recover] {
         if (recover)
             RecoverUnsavedEdits();
@@ -65,7 +65,7 @@ MainWindow::~MainWindow()
         SaveConfig();
     // Edits that could not be saved unattended stay for the next start.
     if (m_lastSave != UserFile::SaveResult::Failed || !m_unattended)
-        QFile::remove(m_recoveryPath);
+        QFile::remove(m_recovery.Path());
 }
 
 void MainWindow::BuildControls()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "profilerules.h"
+#include "recovery.h"
 #include "userfile.h"
 
 #include <QListWidget>
@@ -113,7 +114,8 @@ private:
     bool m_unattended = false;
     bool m_editedSinceSave = true;
     UserFile::SaveResult m_lastSave = UserFile::SaveResult::Refused;
-    QString m_recoveryPath;
+    Recovery::Writer m_recovery{QString()};
+    bool m_recoveryFailureTold = false;
     QTimer* m_recoveryTimer = nullptr;
     QFileSystemWatcher* m_fileWatcher = nullptr;
     QTimer* m_mergeTimer = nullptr;

@@ -95,7 +95,7 @@ bool MainWindow::SaveConfig()
         std::fprintf(stderr,
                      "nimbra-mobile-launcher: your profiles could not be saved to %s (%s); "
                      "the next start brings them back from %s\n",
-                     qPrintable(path), qPrintable(reason), qPrintable(m_recoveryPath));
+                     qPrintable(path), qPrintable(reason), qPrintable(m_recovery.Path()));
     m_editedSinceSave = m_lastSave != UserFile::SaveResult::Written;
     return true;
 }
@@ -107,7 +107,7 @@ void MainWindow::CommitData()
     SaveConfig();
     m_unattended = unattended;
     if (m_lastSave == UserFile::SaveResult::Written) {
-        QFile::remove(m_recoveryPath);
+        QFile::remove(m_recovery.Path());
         // The merge with what others wrote may have brought in more.
         ShowModel(m_model);
     }

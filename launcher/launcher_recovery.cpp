@@ -51,11 +51,10 @@ void MainWindow::WriteRecoveryState()
     const Recovery::State state{QCoreApplication::applicationFilePath(),
                                 QCoreApplication::applicationPid(), m_baseline.base, m_model};
     QString reason;
-    static bool told = false;
-    if (!Recovery::Write(m_recoveryPath, state, &reason) && !told) {
-        told = true;
+    if (!m_recovery.Write(state, &reason) && !m_recoveryFailureTold) {
+        m_recoveryFailureTold = true;
         std::fprintf(stderr, "nimbra-mobile-launcher: cannot keep unsaved changes in %s: %s\n",
-                     qPrintable(m_recoveryPath), qPrintable(reason));
+                     qPrintable(m_recovery.Path()), qPrintable(reason));
     }
 }
 
@@ -64,11 +63,11 @@ void MainWindow::RecoverUnsavedEdits()
     Recovery::State state;
     QString reason;
     switch (
-        Recovery::Read(m_recoveryPath, QCoreApplication::applicationFilePath(), &state, &reason)) {
+        Recovery::Read(m_recovery.Path(), QCoreApplication::applicationFilePath(), &state, &reason)) {
     case Recovery::ReadResult::None:
         return;
     case Recovery::ReadResult::Unusable: {
-        const QString kept = Recovery::SetAside(m_recoveryPath);
+        const QString kept = Recovery::SetAside(m_recovery.Path());
         QMessageBox::warning(this, Title,
                              QStringLiteral("Unsaved changes left by an earlier session could "
                                             "not be brought back: %1. They are kept in %2.")
@@ -84,7 +83,7 @@ void MainWindow::RecoverUnsavedEdits()
     const ConfigModel before = m_model;
     const ConfigModel recovered = MergeThreeWay(state.base, state.model, m_model);
     if (SameContent(recovered, before)) {
-        QFile::remove(m_recoveryPath);
+        QFile::remove(m_recovery.Path());
         return;
     }
     ShowModel(recovered);
@@ -98,7 +97,7 @@ void MainWindow::RecoverUnsavedEdits()
     box.exec();
     if (box.clickedButton() == discard) {
         ShowModel(before);
-        QFile::remove(m_recoveryPath);
+        QFile::remove(m_recovery.Path());
         return;
     }
     m_editedSinceSave = true;

@@ -58,16 +58,24 @@ QString StatePath(const QString& executablePath)
            QStringLiteral(".recovery.ini");
 }
 
-bool Write(const QString& path, const State& state, QString* errorString)
+bool Writer::Write(const State& state, QString* errorString)
 {
+    // The same lists, shared, are the same base.
+    const bool sameBase = m_base.profiles.isSharedWith(state.base.profiles) &&
+                          m_base.sections.isSharedWith(state.base.sections) &&
+                          !m_baseText.isNull();
+    if (!sameBase) {
+        m_base = state.base;
+        ConfigModel base = state.base;
+        m_baseText = Config::FormatUtf8(base);
+    }
     ConfigModel model = state.model;
-    ConfigModel base = state.base;
     const QByteArray bytes = Intro + VersionMarker + QByteArray::number(FormatVersion) + '\n' +
                              PidMarker + QByteArray::number(state.pid) + '\n' + LauncherMarker +
                              state.launcher.toUtf8() + '\n' + Config::FormatUtf8(model) +
-                             BaseMarker.mid(1) + Config::FormatUtf8(base) + EndMarker.mid(1);
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    return WriteFileAtomically(path, bytes, errorString);
+                             BaseMarker.mid(1) + m_baseText + EndMarker.mid(1);
+    QDir().mkpath(QFileInfo(m_path).absolutePath());
+    return WriteFileAtomically(m_path, bytes, errorString);
 }
 
 ReadResult Read(const QString& path, const QString& executablePath, State* state, QString* reason)

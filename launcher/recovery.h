@@ -19,8 +19,21 @@ struct State
     ConfigModel model; // what that run's window held
 };
 
-// Writes state to path atomically, creating its folder; false with the system's reason.
-bool Write(const QString& path, const State& state, QString* errorString = nullptr);
+// Writes states to path atomically, creating its folder. The base changes far less often than
+// the model, so its text is kept from the last write while it stays the same.
+class Writer
+{
+public:
+    explicit Writer(const QString& path) : m_path(path) {}
+    const QString& Path() const { return m_path; }
+    // False with the system's reason.
+    bool Write(const State& state, QString* errorString = nullptr);
+
+private:
+    QString m_path;
+    ConfigModel m_base;
+    QByteArray m_baseText;
+};
 
 enum class ReadResult { None, Usable, Unusable };
 

@@ -6,74 +6,90 @@
 #include <QSet>
 
 #include <array>
-#include <optional>
 
 namespace {
 
-using Chosen = std::array<std::optional<OptionEntry>, OptionKindCount>;
-
-// A profile with its choices as the entries they name, so profiles of models whose option
-// lists differ compare by what they launch. A choice outside its list keeps its raw index.
-struct Resolved
+// One of the three models, with its profiles found by name: the n-th of several of one name
+// is its n-th occurrence. Profiles are compared and taken by row, never copied until the end:
+// merging two large models touches each profile a few times only.
+class Side
 {
-    Profile profile;
-    Chosen chosen;
+public:
+    explicit Side(const ConfigModel& model) : m_model(model), m_occurrence(model.profiles.size())
+    {
+        const QList<Profile>& profiles = model.profiles;
+        m_first.reserve(profiles.size());
+        for (qsizetype row = 0; row < profiles.size(); ++row) {
+            const auto it = m_first.constFind(profiles[row].name);
+            if (it == m_first.cend())
+                m_first.insert(profiles[row].name, row);
+            else
+                m_occurrence[row] = Occurrences(profiles[row].name, *it, row);
+        }
+    }
+
+    const ConfigModel& Model() const { return m_model; }
+    qsizetype Size() const { return m_model.profiles.size(); }
+    int Occurrence(qsizetype row) const { return m_occurrence[row]; }
+
+    // Row of the occurrence-th profile named name, or -1.
+    qsizetype Find(const QString& name, int occurrence) const
+    {
+        const auto it = m_first.constFind(name);
+        if (it == m_first.cend() || occurrence == 0)
+            return it == m_first.cend() ? -1 : *it;
+        return Nth(name, *it, occurrence);
+    }
+
+private:
+    // Duplicate names are rare: counted and found by a walk.
+    int Occurrences(const QString& name, qsizetype from, qsizetype before) const
+    {
+        int count = 0;
+        for (qsizetype row = from; row < before; ++row)
+            count += m_model.profiles[row].name == name;
+        return count;
+    }
+    qsizetype Nth(const QString& name, qsizetype from, int n) const
+    {
+        for (qsizetype row = from + 1; row < Size(); ++row) {
+            if (m_model.profiles[row].name == name && --n == 0)
+                return row;
+        }
+        return -1;
+    }
+
+    const ConfigModel& m_model;
+    QHash<QString, qsizetype> m_first;
+    QList<int> m_occurrence;
 };
 
-bool operator==(const Resolved& a, const Resolved& b)
+struct Taken
 {
-    if (a.profile.name != b.profile.name || a.profile.arguments != b.profile.arguments)
+    const Side* side;
+    qsizetype row;
+};
+
+// Same name, arguments and choices, a choice being the entry it names in its own model's
+// list, or the raw index for one outside it.
+bool Same(Taken a, Taken b)
+{
+    const Profile& p = a.side->Model().profiles[a.row];
+    const Profile& q = b.side->Model().profiles[b.row];
+    if (p.name != q.name || p.arguments != q.arguments)
         return false;
     for (const OptionKind kind : AllOptionKinds) {
-        const int k = int(kind);
-        if (!(a.chosen[k] == b.chosen[k]) ||
-            (!a.chosen[k] && ChosenIndex(a.profile, kind) != ChosenIndex(b.profile, kind)))
+        const QList<OptionEntry>& pe = a.side->Model().Options(kind);
+        const QList<OptionEntry>& qe = b.side->Model().Options(kind);
+        const qint32 i = ChosenIndex(p, kind);
+        const qint32 j = ChosenIndex(q, kind);
+        const bool inP = i >= 0 && i < pe.size();
+        const bool inQ = j >= 0 && j < qe.size();
+        if (inP != inQ || (inP ? !(pe[i] == qe[j]) : i != j))
             return false;
     }
     return true;
 }
-
-Resolved Resolve(const ConfigModel& model, const Profile& profile)
-{
-    Resolved resolved{profile, {}};
-    for (const OptionKind kind : AllOptionKinds) {
-        const QList<OptionEntry>& entries = model.Options(kind);
-        const qint32 i = ChosenIndex(profile, kind);
-        if (i >= 0 && i < entries.size())
-            resolved.chosen[int(kind)] = entries[i];
-    }
-    return resolved;
-}
-
-// A model's profiles by name; the n-th of several of one name is its n-th occurrence.
-class Profiles
-{
-public:
-    explicit Profiles(const ConfigModel& model)
-    {
-        QHash<QString, int> seen;
-        for (const Profile& profile : model.profiles) {
-            const int n = seen[profile.name]++;
-            m_keys.append(Key(profile.name, n));
-            m_index.insert(m_keys.last(), m_list.size());
-            m_list.append(Resolve(model, profile));
-        }
-    }
-    const Resolved* Find(const QString& key) const
-    {
-        const auto it = m_index.constFind(key);
-        return it == m_index.cend() ? nullptr : &m_list[*it];
-    }
-    qsizetype Size() const { return m_list.size(); }
-    const Resolved& At(qsizetype i) const { return m_list[i]; }
-    const QString& KeyAt(qsizetype i) const { return m_keys[i]; }
-
-private:
-    static QString Key(const QString& name, int n) { return name + u'\n' + QString::number(n); }
-    QList<Resolved> m_list;
-    QStringList m_keys;
-    QHash<QString, qsizetype> m_index;
-};
 
 // Theirs' options, less what ours removed from base, plus what ours added.
 QList<OptionEntry> MergeOptions(const QList<OptionEntry>& base, const QList<OptionEntry>& ours,
@@ -91,22 +107,37 @@ QList<OptionEntry> MergeOptions(const QList<OptionEntry>& base, const QList<Opti
     return merged;
 }
 
-// The profile with its choices found in the merged lists; a choice whose entry went is repaired
-// as removing it would have.
-Profile Renumber(const Resolved& resolved, const ConfigModel& merged)
+// Where each entry of a side's list stands in the merged list; -1 for one that went.
+using Moves = std::array<QList<qsizetype>, OptionKindCount>;
+
+Moves MovesOf(const ConfigModel& side, const ConfigModel& merged)
 {
-    Profile profile = resolved.profile;
+    Moves moves;
     for (const OptionKind kind : AllOptionKinds) {
-        const std::optional<OptionEntry>& entry = resolved.chosen[int(kind)];
-        if (!entry)
+        for (const OptionEntry& entry : side.Options(kind))
+            moves[int(kind)].append(merged.Options(kind).indexOf(entry));
+    }
+    return moves;
+}
+
+// The profile with its choices moved to the merged lists; a choice whose entry went is
+// repaired as removing it would have.
+Profile Renumber(Taken taken, const Moves& moves)
+{
+    Profile profile = taken.side->Model().profiles[taken.row];
+    for (const OptionKind kind : AllOptionKinds) {
+        const QList<qsizetype>& move = moves[int(kind)];
+        qint32& choice = ChosenIndex(profile, kind);
+        if (choice < 0 || choice >= move.size())
             continue;
-        const qsizetype at = merged.Options(kind).indexOf(*entry);
-        ChosenIndex(profile, kind) = at < 0 ? 0 : qint32(at);
-        if (at < 0) {
-            if (!profile.arguments.isEmpty())
-                profile.arguments += u' ';
-            profile.arguments += entry->value;
+        if (move[choice] >= 0) {
+            choice = qint32(move[choice]);
+            continue;
         }
+        if (!profile.arguments.isEmpty())
+            profile.arguments += u' ';
+        profile.arguments += taken.side->Model().Options(kind)[choice].value;
+        choice = 0;
     }
     return profile;
 }
@@ -114,60 +145,66 @@ Profile Renumber(const Resolved& resolved, const ConfigModel& merged)
 class ProfileMerge
 {
 public:
-    ProfileMerge(const ConfigModel& base, const ConfigModel& ours, const ConfigModel& theirs)
-        : m_base(base), m_ours(ours), m_theirs(theirs)
+    ProfileMerge(const Side& base, const Side& ours, const Side& theirs)
+        : m_base(base), m_ours(ours), m_theirs(theirs), m_handled(theirs.Size(), false)
     {
     }
 
     // Ours' order first, then what only theirs holds.
     void Run()
     {
-        for (qsizetype i = 0; i < m_ours.Size(); ++i)
-            TakeOurs(m_ours.KeyAt(i), m_ours.At(i));
-        for (qsizetype i = 0; i < m_theirs.Size(); ++i) {
-            if (!m_handled.contains(m_theirs.KeyAt(i)))
-                TakeTheirsOnly(m_theirs.KeyAt(i), m_theirs.At(i));
+        for (qsizetype row = 0; row < m_ours.Size(); ++row)
+            TakeOurs(row);
+        for (qsizetype row = 0; row < m_theirs.Size(); ++row) {
+            if (!m_handled[row])
+                TakeTheirsOnly(row);
         }
     }
 
-    const QList<Resolved>& Result() const { return m_result; }
+    const QList<Taken>& Result() const { return m_result; }
     // Theirs' side of profiles both changed differently.
-    const QList<Resolved>& Conflicts() const { return m_conflicts; }
+    const QList<Taken>& Conflicts() const { return m_conflicts; }
 
 private:
-    void TakeOurs(const QString& key, const Resolved& ours)
+    qsizetype In(const Side& side, const Side& from, qsizetype row) const
     {
-        const Resolved* base = m_base.Find(key);
-        const Resolved* theirs = m_theirs.Find(key);
-        if (theirs)
-            m_handled.insert(key);
-        if (!theirs) {
+        return side.Find(from.Model().profiles[row].name, from.Occurrence(row));
+    }
+
+    void TakeOurs(qsizetype row)
+    {
+        const Taken ours{&m_ours, row};
+        const qsizetype base = In(m_base, m_ours, row);
+        const qsizetype theirRow = In(m_theirs, m_ours, row);
+        const bool oursChanged = base < 0 || !Same(ours, {&m_base, base});
+        if (theirRow < 0) {
             // Removed there: gone, unless edited here.
-            if (!base || !(ours == *base))
+            if (oursChanged)
                 m_result.append(ours);
             return;
         }
-        const bool oursChanged = !base || !(ours == *base);
-        const bool theirsChanged = !base || !(*theirs == *base);
-        m_result.append(oursChanged ? ours : *theirs);
-        if (oursChanged && theirsChanged && !(ours == *theirs))
-            m_conflicts.append(*theirs);
+        m_handled[theirRow] = true;
+        const Taken theirs{&m_theirs, theirRow};
+        const bool theirsChanged = base < 0 || !Same(theirs, {&m_base, base});
+        m_result.append(oursChanged ? ours : theirs);
+        if (oursChanged && theirsChanged && !Same(ours, theirs))
+            m_conflicts.append(theirs);
     }
 
-    void TakeTheirsOnly(const QString& key, const Resolved& theirs)
+    void TakeTheirsOnly(qsizetype row)
     {
-        const Resolved* base = m_base.Find(key);
+        const qsizetype base = In(m_base, m_theirs, row);
         // Removed here: gone, unless edited there.
-        if (!base || !(theirs == *base))
-            m_result.append(theirs);
+        if (base < 0 || !Same({&m_theirs, row}, {&m_base, base}))
+            m_result.append({&m_theirs, row});
     }
 
-    Profiles m_base;
-    Profiles m_ours;
-    Profiles m_theirs;
-    QSet<QString> m_handled;
-    QList<Resolved> m_result;
-    QList<Resolved> m_conflicts;
+    const Side& m_base;
+    const Side& m_ours;
+    const Side& m_theirs;
+    QList<bool> m_handled;
+    QList<Taken> m_result;
+    QList<Taken> m_conflicts;
 };
 
 } // namespace
@@ -194,17 +231,26 @@ ConfigModel MergeThreeWay(const ConfigModel& base, const ConfigModel& ours,
             MergeOptions(base.Options(kind), ours.Options(kind), theirs.Options(kind));
     Config::AddDefaultEntries(merged.sections);
 
-    ProfileMerge profiles(base, ours, theirs);
+    const Side baseSide(base), ourSide(ours), theirSide(theirs);
+    ProfileMerge profiles(baseSide, ourSide, theirSide);
     profiles.Run();
-    QSet<QString> names;
-    for (const Resolved& resolved : profiles.Result()) {
-        merged.profiles.append(Renumber(resolved, merged));
-        names.insert(resolved.profile.name);
-    }
+    const Moves ourMoves = MovesOf(ours, merged);
+    const Moves theirMoves = MovesOf(theirs, merged);
+    const auto renumber = [&](Taken taken) {
+        return Renumber(taken, taken.side == &ourSide ? ourMoves : theirMoves);
+    };
+    merged.profiles.reserve(profiles.Result().size() + profiles.Conflicts().size());
+    for (const Taken taken : profiles.Result())
+        merged.profiles.append(renumber(taken));
+    if (profiles.Conflicts().isEmpty())
+        return merged;
     // Theirs' side of a conflict joins under a name of its own.
+    QSet<QString> names;
+    for (const Profile& profile : std::as_const(merged.profiles))
+        names.insert(profile.name);
     const auto taken = [&names](const QString& name) { return names.contains(name); };
-    for (const Resolved& resolved : profiles.Conflicts()) {
-        Profile profile = Renumber(resolved, merged);
+    for (const Taken conflict : profiles.Conflicts()) {
+        Profile profile = renumber(conflict);
         profile.name = FreeProfileName(taken, profile.name);
         names.insert(profile.name);
         merged.profiles.append(profile);

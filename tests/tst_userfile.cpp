@@ -232,7 +232,7 @@ private slots:
                                       42,
                                       {Config::NewSections(), {}},
                                       UserFile::Load({{}, defaults, {}}).model};
-        QVERIFY(Recovery::Write(path, written));
+        QVERIFY(Recovery::Writer(path).Write(written));
         if (!from.isEmpty())
             QVERIFY(WriteText(path, ReadBytes(path).replace(from, to)));
 
