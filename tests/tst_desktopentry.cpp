@@ -1,0 +1,118 @@
+// A profile's desktop entry read back by the Desktop Entry Specification's own rules, for
+// names built to break them, and checked by desktop-file-validate.
+#include "desktopentry.h"
+#include "profilerules.h"
+#include "testenv.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+// A string value as the specification reads it.
+QString Unescape(const QString& value)
+{
+    QString out;
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        if (value[i] != u'\\' || i + 1 == value.size()) {
+            out += value[i];
+            continue;
+        }
+        const QChar next = value[++i];
+        out += next == u's'   ? QChar(u' ')
+               : next == u'n' ? QChar(u'\n')
+               : next == u't' ? QChar(u'\t')
+               : next == u'r' ? QChar(u'\r')
+                              : next;
+    }
+    return out;
+}
+
+// The Exec value's arguments: split at blanks outside double quotes, a backslash inside them
+// taking the next character as it is, "%%" a percent sign.
+QStringList ExecArguments(const QString& exec)
+{
+    QStringList arguments;
+    QString current;
+    bool quoted = false;
+    bool any = false;
+    for (qsizetype i = 0; i < exec.size(); ++i) {
+        const QChar c = exec[i];
+        if (quoted && c == u'\\' && i + 1 < exec.size()) {
+            current += exec[++i];
+        } else if (c == u'"') {
+            quoted = !quoted;
+            any = true;
+        } else if (c == u'%' && i + 1 < exec.size() && exec[i + 1] == u'%') {
+            current += u'%';
+            ++i;
+        } else if (c == u' ' && !quoted) {
+            if (any || !current.isEmpty())
+                arguments.append(current);
+            current.clear();
+            any = false;
+        } else {
+            current += c;
+        }
+    }
+    if (any || !current.isEmpty())
+        arguments.append(current);
+    return arguments;
+}
+
+QString Value(const QString& text, const QString& key)
+{
+    const QRegularExpression line(QStringLiteral("^%1 *= *(.*)$").arg(key),
+                                  QRegularExpression::MultilineOption);
+    return Unescape(line.match(text).captured(1));
+}
+
+} // namespace
+
+class DesktopEntryTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readBack_data()
+    {
+        QTest::addColumn<QString>("name");
+        const QStringList names = {"Phone HD",       "50% off %f %u",           "$HOME and ${PATH}",
+                                   "`id` $(id)",     "back\\slash \\\\ end",   "it's 'single'",
+                                   "Größe 分辨率 📱", "  blanks at both ends  ", "tab\there",
+                                   "#;~<>|&*?()[]=", "\\s\\n literal"};
+        for (const QString& name : names)
+            QTest::newRow(qPrintable(name)) << name;
+    }
+
+    void readBack()
+    {
+        QFETCH(QString, name);
+        QCOMPARE(NameFormatFault(name), NameFault::None);
+        const QString companion = QStringLiteral("/opt/Nimbra $x/App 100%/nimbra-mobile-launch");
+        const QString text = DesktopEntry::Text(name, companion);
+        QCOMPARE(Value(text, "Name"), name);
+        QCOMPARE(ExecArguments(Value(text, "Exec")), (QStringList{companion, name}));
+        QVERIFY(QRegularExpression(QStringLiteral("^[A-Za-z0-9_.-]+\\.desktop$"))
+                    .match(DesktopEntry::FileName(name))
+                    .hasMatch());
+
+        if (QStandardPaths::findExecutable("desktop-file-validate").isEmpty())
+            QSKIP("desktop-file-validate is not installed");
+        QTemporaryDir dir;
+        const QString path = dir.filePath(DesktopEntry::FileName(name));
+        QVERIFY(WriteText(path, text.toUtf8()));
+        QProcess validate;
+        validate.setProcessChannelMode(QProcess::MergedChannels);
+        validate.start("desktop-file-validate", {path});
+        QVERIFY(validate.waitForFinished(20000));
+        QVERIFY2(validate.exitCode() == 0 && validate.readAll().trimmed().isEmpty(),
+                 qPrintable(text));
+    }
+};
+
+QTEST_GUILESS_MAIN(DesktopEntryTest)
+#include "tst_desktopentry.moc"
