@@ -10,9 +10,11 @@
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QFileInfo>
+#include <QFontMetricsF>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -25,14 +27,73 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <optional>
+
+namespace {
+
+// Up to this many names the width is measured name by name, as Qt does; beyond, the names
+// that look widest by their letters' advances are measured, which costs far less than laying
+// out thousands.
+constexpr int kMeasuredNames = 1000;
+constexpr int kWidestCandidates = 200;
+
+} // namespace
+
+ProfileQListWidget::ProfileQListWidget()
+{
+    // Every row is one line of text: laid out once, not name by name.
+    setUniformItemSizes(true);
+    const auto changed = [this] { m_namesWidth = -1; };
+    connect(model(), &QAbstractItemModel::rowsInserted, this, changed);
+    connect(model(), &QAbstractItemModel::rowsRemoved, this, changed);
+    connect(model(), &QAbstractItemModel::dataChanged, this, changed);
+    connect(model(), &QAbstractItemModel::modelReset, this, changed);
+}
 
 QSize ProfileQListWidget::sizeHint() const
 {
     const QStyleOptionSlider option;
     const int scrollBarExtent = verticalScrollBar()->style()->pixelMetric(
         QStyle::PM_ScrollBarExtent, &option, verticalScrollBar());
-    return QSize(sizeHintForColumn(0) + scrollBarExtent + 5, 192);
+    return QSize(NamesWidth() + scrollBarExtent + 5, 192);
+}
+
+int ProfileQListWidget::NamesWidth() const
+{
+    if (m_namesWidth >= 0)
+        return m_namesWidth;
+    if (count() <= kMeasuredNames) {
+        m_namesWidth = sizeHintForColumn(0);
+        return m_namesWidth;
+    }
+    // Each letter's advance once; a name's sum leaves out only kerning.
+    const QFontMetricsF metrics(font());
+    QHash<char16_t, qreal> advances;
+    QList<std::pair<qreal, int>> estimates;
+    estimates.reserve(count());
+    for (int row = 0; row < count(); ++row) {
+        qreal width = 0;
+        for (const QChar c : item(row)->text()) {
+            auto it = advances.constFind(c.unicode());
+            if (it == advances.cend())
+                it = advances.insert(c.unicode(), metrics.horizontalAdvance(c));
+            width += *it;
+        }
+        estimates.append({width, row});
+    }
+    const int candidates = std::min<int>(kWidestCandidates, estimates.size());
+    std::partial_sort(estimates.begin(), estimates.begin() + candidates, estimates.end(),
+                      std::greater<>());
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    int width = 0;
+    for (int i = 0; i < candidates; ++i) {
+        const QModelIndex index = model()->index(estimates[i].second, 0);
+        width = std::max(width, itemDelegateForIndex(index)->sizeHint(option, index).width());
+    }
+    m_namesWidth = width;
+    return width;
 }
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
@@ -78,8 +139,12 @@ void MainWindow::BuildControls()
     outer->addWidget(group, 0);
     auto* groupLayout = new QHBoxLayout;
     group->setLayout(groupLayout);
+    // The filter above the list; the list and its buttons keep their grid.
+    auto* profileColumn = new QVBoxLayout;
+    groupLayout->addLayout(profileColumn, 0);
+    BuildFilter(profileColumn);
     auto* profileGrid = new QGridLayout;
-    groupLayout->addLayout(profileGrid, 0);
+    profileColumn->addLayout(profileGrid);
 
     m_profileList = new ProfileQListWidget;
     m_profileList->setAccessibleName(QStringLiteral("Profiles"));
@@ -131,7 +196,7 @@ void MainWindow::BuildControls()
     central->setLayout(outer);
 
     // The button box orders its buttons by platform convention, not by creation: Tab follows
-    // the order in which they are shown.
+    // the order in which they are shown. The filter, an addition, comes after them.
     QWidget* previous = m_argumentsEdit;
     for (int i = 0; i < buttons->layout()->count(); ++i) {
         if (QWidget* button = buttons->layout()->itemAt(i)->widget()) {
@@ -139,6 +204,8 @@ void MainWindow::BuildControls()
             previous = button;
         }
     }
+    QWidget::setTabOrder(previous, m_filterEdit);
+    BuildUndo();
 }
 
 QLayout* MainWindow::BuildOptionRow(OptionKind kind)
@@ -230,8 +297,12 @@ void MainWindow::OnProfileChanged(int index)
 
 void MainWindow::OnLaunch()
 {
-    const LaunchCommand launch =
-        BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, ControlsProfile());
+    Launch(ControlsProfile());
+}
+
+void MainWindow::Launch(const Profile& profile)
+{
+    const LaunchCommand launch = BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, profile);
     if (!StartDetached(launch)) {
         QMessageBox::critical(this, QStringLiteral("Nimbra Mobile Emulator Launcher"),
                               QStringLiteral("Failed to start Nimbra Mobile Emulator!"));
@@ -256,7 +327,7 @@ void MainWindow::FillProfileList()
     }
 }
 
-void MainWindow::ShowModel(ConfigModel model)
+void MainWindow::ShowModel(ConfigModel model, int selectRow)
 {
     const QString shownName = ControlsProfile().name;
     std::array<std::optional<OptionEntry>, OptionKindCount> shown;
@@ -269,14 +340,17 @@ void MainWindow::ShowModel(ConfigModel model)
     const int row = m_profileList->currentRow();
     m_model = std::move(model);
 
-    int shownRow = row < m_profiles.size() && m_profiles[row].name == shownName
-                       ? row
-                       : FindProfile(m_profiles, shownName);
+    // Given a row, that one is shown from the model; else what the user is looking at stays.
+    const int wanted = std::min(selectRow, int(m_profiles.size()) - 1);
+    const int shownRow = wanted >= 0 ? -1
+                         : row < m_profiles.size() && m_profiles[row].name == shownName
+                             ? row
+                             : FindProfile(m_profiles, shownName);
     {
         // The controls keep what they show; only the lists change under them.
         const QSignalBlocker blockList(m_profileList);
         FillProfileList();
-        m_profileList->setCurrentRow(std::max(shownRow, 0));
+        m_profileList->setCurrentRow(std::max({shownRow, wanted, 0}));
         for (const OptionKind kind : AllOptionKinds) {
             QComboBox* comboBox = ComboBox(kind);
             const QSignalBlocker blockComboBox(comboBox);
@@ -297,7 +371,7 @@ void MainWindow::ShowModel(ConfigModel model)
     m_removePixelDensityButton->setEnabled(ComboBox(OptionKind::PixelDensity)->currentIndex() > 0);
     // A profile that went shows the first one instead.
     if (shownRow < 0) {
-        OnProfileChanged(0);
+        OnProfileChanged(std::max(wanted, 0));
         return;
     }
     m_removeProfileButton->setEnabled(shownRow != 0);

@@ -8,6 +8,8 @@
 #include <QMainWindow>
 
 class QAction;
+class QBoxLayout;
+class QUndoStack;
 class QFileSystemWatcher;
 class QTimer;
 class QComboBox;
@@ -23,10 +25,16 @@ class ProfileQListWidget : public QListWidget
     Q_OBJECT
 
 public:
-    ProfileQListWidget() = default;
+    ProfileQListWidget();
     ~ProfileQListWidget() override = default;
 
     QSize sizeHint() const override;
+
+private:
+    // sizeHintForColumn(0), kept until the items change: it lays out every name.
+    int NamesWidth() const;
+
+    mutable int m_namesWidth = -1;
 };
 
 class MainWindow : public QMainWindow
@@ -90,14 +98,25 @@ private:
     // Nothing lost however the launcher ends: each edit is kept as recovery state shortly
     // after, the next start brings back what a run that did not end cleanly left, and what
     // others write into the user's file while the window is open is merged in.
-    void EditCommitted(const QString& what, const ConfigModel& before);
+    // The model and selected row before an edit, for its undo.
+    struct EditStart
+    {
+        ConfigModel model;
+        int row;
+    };
+    EditStart BeginEdit() const;
+    void EditCommitted(const QString& what, const EditStart& before);
+    // The model changed under the user's hand (an edit, an undo): saved at exit, kept as
+    // recovery state shortly after.
+    void ModelChanged();
     void WriteRecoveryState();
     void RecoverUnsavedEdits();
     void WatchUserFile();
     void MergeOutsideChanges();
     // Shows model in the controls, keeping what the user is looking at: the selected profile,
-    // the entries chosen in the combo boxes and text typed but not yet stored.
-    void ShowModel(ConfigModel model);
+    // the entries chosen in the combo boxes and text typed but not yet stored; or, given a
+    // row, selecting that row and showing its profile.
+    void ShowModel(ConfigModel model, int selectRow = -1);
     void FillProfileList();
 
     ConfigModel m_model;
@@ -133,6 +152,21 @@ private:
     void CopyCommandLine();
     void MoveCurrentProfile(int delta);
     void LaunchItem(QListWidgetItem* item);
+    // Starts profile as Launch does, with the launch's failure box.
+    void Launch(const Profile& profile);
+    void LaunchWithArguments();
+
+    // For people who keep many profiles and launch all day: a filter over the list, undo and
+    // redo of every edit, and profiles in the applications menu.
+    void BuildFilter(QBoxLayout* into);
+    void ApplyFilter(const QString& text);
+    void BuildUndo();
+    void ApplyEditStep(const ConfigModel& from, const ConfigModel& to, int row);
+    void AddToApplicationsMenu();
+    void RemoveFromApplicationsMenu();
+    bool WriteMenuEntry(const QString& name);
+    // Keeps the profile's menu entry with it when it is renamed or removed.
+    void FollowMenuEntry(const QString& oldName, const QString& newName);
 
     QLineEdit* m_commandEdit = nullptr;
     QMenu* m_profileMenu = nullptr;
@@ -142,4 +176,12 @@ private:
     QAction* m_moveUpAction = nullptr;
     QAction* m_moveDownAction = nullptr;
     QAction* m_launchAction = nullptr;
+    QAction* m_launchWithArgumentsAction = nullptr;
+    QString m_oneOffArguments;
+    QLineEdit* m_filterEdit = nullptr;
+    QUndoStack* m_undoStack = nullptr;
+    QAction* m_undoAction = nullptr;
+    QAction* m_redoAction = nullptr;
+    QAction* m_addMenuEntryAction = nullptr;
+    QAction* m_removeMenuEntryAction = nullptr;
 };

@@ -30,7 +30,7 @@ void MainWindow::CopyControlsToProfile(Profile& profile)
 
 void MainWindow::OnAddUpdateProfile()
 {
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
     const int row = m_profileList->currentRow();
     if (row != 0) {
         CopyControlsToProfile(m_profiles[row]);
@@ -87,13 +87,15 @@ void MainWindow::OnRemoveProfile()
                               QMessageBox::Ok | QMessageBox::Cancel,
                               QMessageBox::NoButton) != QMessageBox::Ok)
         return;
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
+    const QString name = m_profiles[row].name;
     // The profile goes first: taking the current row out selects a neighbour at once, and
     // its slot must find rows and profiles in step.
     m_profiles.removeAt(row);
     delete m_profileList->takeItem(row);
     m_profileList->setCurrentRow(0);
     EditCommitted(QStringLiteral("Remove Profile"), before);
+    FollowMenuEntry(name, QString());
 }
 
 void MainWindow::OnResolution(int index)
@@ -171,7 +173,7 @@ bool MainWindow::ConfirmResolutionSize(int width, int height)
 
 void MainWindow::AppendOption(OptionKind kind, const QString& name, const QString& value)
 {
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
     QList<OptionEntry>& entries = m_model.Options(kind);
     entries.append({name, value});
     ComboBox(kind)->addItem(name);
@@ -211,7 +213,7 @@ bool MainWindow::RemoveCurrentOption(OptionKind kind)
         return false;
 
     // The model changes before the combo box: removing its current item runs its slot at once.
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
     RemoveOption(m_model, kind, index);
     ComboBox(kind)->removeItem(index);
     EditCommitted(QStringLiteral("Remove ") +

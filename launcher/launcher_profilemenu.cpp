@@ -1,11 +1,13 @@
 // The command preview and the profile list's menu: duplicate, rename, move, copy the command
 // and launch without leaving the list.
+#include "desktopentry.h"
 #include "filelocations.h"
 #include "launchcommand.h"
 #include "launcher.h"
 
 #include <QAction>
 #include <QClipboard>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QGuiApplication>
 #include <QInputDialog>
@@ -74,6 +76,14 @@ void MainWindow::BuildProfileActions()
     m_launchAction =
         add(QStringLiteral("Launch"), {QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)},
             &MainWindow::OnLaunch);
+    m_launchWithArgumentsAction = add(QStringLiteral("Launch with Arguments\u2026"),
+                                      {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Return),
+                                       QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Enter)},
+                                      &MainWindow::LaunchWithArguments);
+    m_addMenuEntryAction =
+        add(QStringLiteral("Add to Applications Menu"), {}, &MainWindow::AddToApplicationsMenu);
+    m_removeMenuEntryAction = add(QStringLiteral("Remove from Applications Menu"), {},
+                                  &MainWindow::RemoveFromApplicationsMenu);
 
     m_profileList->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_profileList, &QWidget::customContextMenuRequested, this,
@@ -101,7 +111,8 @@ void MainWindow::RefreshProfileActions()
 {
     const int row = m_profileList->currentRow();
     const bool any = row >= 0 && row < m_profiles.size();
-    for (QAction* action : {m_duplicateAction, m_renameAction, m_copyCommandAction, m_launchAction})
+    for (QAction* action : {m_duplicateAction, m_renameAction, m_copyCommandAction, m_launchAction,
+                            m_launchWithArgumentsAction})
         action->setEnabled(any);
     m_moveUpAction->setEnabled(MoveTarget(m_profiles, row, -1) >= 0);
     m_moveDownAction->setEnabled(MoveTarget(m_profiles, row, 1) >= 0);
@@ -119,14 +130,43 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
         m_profileMenu->addSeparator();
         m_profileMenu->addActions({m_moveUpAction, m_moveDownAction});
         m_profileMenu->addSeparator();
-        m_profileMenu->addAction(m_launchAction);
+        m_profileMenu->addActions({m_launchAction, m_launchWithArgumentsAction});
+        m_profileMenu->addSeparator();
+        m_profileMenu->addActions({m_undoAction, m_redoAction});
+#ifndef Q_OS_MACOS
+        m_profileMenu->addSeparator();
+        m_profileMenu->addActions({m_addMenuEntryAction, m_removeMenuEntryAction});
+#endif
     }
+    // Looked at when the menu opens, not at every change of the controls.
+    const int row = m_profileList->currentRow();
+    const bool hasEntry = row >= 0 && row < m_profiles.size() &&
+                          QFileInfo::exists(DesktopEntry::ApplicationsFolder() + u'/' +
+                                            DesktopEntry::FileName(m_profiles[row].name));
+    m_addMenuEntryAction->setEnabled(row >= 0 && !hasEntry);
+    m_removeMenuEntryAction->setEnabled(hasEntry);
     m_profileMenu->popup(m_profileList->viewport()->mapToGlobal(pos));
+}
+
+void MainWindow::LaunchWithArguments()
+{
+    bool ok = false;
+    // Offered again: a one-off is often repeated.
+    const QString typed = QInputDialog::getText(this, QStringLiteral("Launch with Arguments"),
+                                                QStringLiteral("Arguments for this launch only:"),
+                                                QLineEdit::Normal, m_oneOffArguments, &ok);
+    if (!ok)
+        return;
+    m_oneOffArguments = typed;
+    // After the profile's own arguments, quoted and split as they are; nothing is stored.
+    Profile profile = ControlsProfile();
+    profile.arguments += u' ' + typed;
+    Launch(profile);
 }
 
 void MainWindow::DuplicateCurrentProfile()
 {
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
     const int copy = ::DuplicateProfile(m_profiles, m_profileList->currentRow());
     m_profileList->insertItem(copy, m_profiles[copy].name);
     m_profileList->setCurrentRow(copy);
@@ -151,12 +191,14 @@ void MainWindow::RenameCurrentProfile()
             break;
         QMessageBox::warning(this, title, NameFaultText(fault));
     }
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
+    const QString oldName = m_profiles[row].name;
     m_profiles[row].name = name;
     m_profileList->item(row)->setText(name);
     // The name is part of the command the preview shows.
     RefreshAddUpdateButton();
     EditCommitted(QStringLiteral("Rename Profile"), before);
+    FollowMenuEntry(oldName, name);
 }
 
 void MainWindow::CopyCommandLine()
@@ -166,7 +208,7 @@ void MainWindow::CopyCommandLine()
 
 void MainWindow::MoveCurrentProfile(int delta)
 {
-    const ConfigModel before = m_model;
+    const EditStart before = BeginEdit();
     const int row = m_profileList->currentRow();
     const int target = ::MoveProfile(m_profiles, row, delta);
     if (target < 0)

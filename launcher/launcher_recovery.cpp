@@ -30,10 +30,8 @@ bool RunsElsewhere(qint64 pid)
 
 } // namespace
 
-void MainWindow::EditCommitted(const QString& what, const ConfigModel& before)
+void MainWindow::ModelChanged()
 {
-    Q_UNUSED(what);
-    Q_UNUSED(before);
     m_editedSinceSave = true;
     if (!m_recoveryTimer) {
         m_recoveryTimer = new QTimer(this);
@@ -62,8 +60,8 @@ void MainWindow::RecoverUnsavedEdits()
 {
     Recovery::State state;
     QString reason;
-    switch (
-        Recovery::Read(m_recovery.Path(), QCoreApplication::applicationFilePath(), &state, &reason)) {
+    switch (Recovery::Read(m_recovery.Path(), QCoreApplication::applicationFilePath(), &state,
+                           &reason)) {
     case Recovery::ReadResult::None:
         return;
     case Recovery::ReadResult::Unusable: {

@@ -62,8 +62,7 @@ bool Writer::Write(const State& state, QString* errorString)
 {
     // The same lists, shared, are the same base.
     const bool sameBase = m_base.profiles.isSharedWith(state.base.profiles) &&
-                          m_base.sections.isSharedWith(state.base.sections) &&
-                          !m_baseText.isNull();
+                          m_base.sections.isSharedWith(state.base.sections) && !m_baseText.isNull();
     if (!sameBase) {
         m_base = state.base;
         ConfigModel base = state.base;
