@@ -41,6 +41,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     RefreshAddUpdateButton();
     m_removePixelDensityButton->setEnabled(false);
     RefreshAddUpdateButton();
+    WatchRunningOnceShown();
 }
 
 MainWindow::~MainWindow()
@@ -210,9 +211,11 @@ void MainWindow::OnProfileChanged(int index)
 
 void MainWindow::OnLaunch()
 {
-    const LaunchCommand launch =
-        BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, ControlsProfile());
-    if (!StartDetached(launch)) {
+    const Profile profile = ControlsProfile();
+    if (!ConfirmLaunchWhileRunning(profile.name))
+        return;
+    const LaunchCommand launch = BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, profile);
+    if (!StartRecorded(launch, profile.name)) {
         QMessageBox::critical(this, QStringLiteral("Nimbra Mobile Emulator Launcher"),
                               QStringLiteral("Failed to start Nimbra Mobile Emulator!"));
     }

@@ -8,6 +8,9 @@
 
 class QAction;
 class QComboBox;
+class RunningWatcher;
+struct LaunchCommand;
+struct RunningEmulator;
 class QLineEdit;
 class QListWidgetItem;
 class QMenu;
@@ -113,4 +116,21 @@ private:
     QAction* m_moveUpAction = nullptr;
     QAction* m_moveDownAction = nullptr;
     QAction* m_launchAction = nullptr;
+
+    // Running emulators: the rows' state, Stop and Show Log, the question before launching a
+    // profile that runs, and the box for a start that failed (launcher_running.cpp).
+    void WatchRunningOnceShown();
+    void StartWatchingRunning();
+    void BuildRunningActions();
+    void RefreshRunningRows();
+    void RefreshLogAction();
+    bool ConfirmLaunchWhileRunning(const QString& profile);
+    bool StartRecorded(const LaunchCommand& launch, const QString& profile);
+    void StopCurrentProfile();
+    void ShowCurrentLog();
+    void ReportFailedStart(const RunningEmulator& report);
+
+    RunningWatcher* m_running = nullptr;
+    QAction* m_stopAction = nullptr;
+    QAction* m_showLogAction = nullptr;
 };

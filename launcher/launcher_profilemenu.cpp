@@ -74,6 +74,7 @@ void MainWindow::BuildProfileActions()
     m_launchAction =
         add(QStringLiteral("Launch"), {QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter)},
             &MainWindow::OnLaunch);
+    BuildRunningActions();
 
     m_profileList->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_profileList, &QWidget::customContextMenuRequested, this,
@@ -105,6 +106,8 @@ void MainWindow::RefreshProfileActions()
         action->setEnabled(any);
     m_moveUpAction->setEnabled(MoveTarget(m_profiles, row, -1) >= 0);
     m_moveDownAction->setEnabled(MoveTarget(m_profiles, row, 1) >= 0);
+    // Rows move and change names: their running state follows.
+    RefreshRunningRows();
 }
 
 void MainWindow::ShowProfileMenu(const QPoint& pos)
@@ -119,8 +122,9 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
         m_profileMenu->addSeparator();
         m_profileMenu->addActions({m_moveUpAction, m_moveDownAction});
         m_profileMenu->addSeparator();
-        m_profileMenu->addAction(m_launchAction);
+        m_profileMenu->addActions({m_launchAction, m_stopAction, m_showLogAction});
     }
+    RefreshLogAction();
     m_profileMenu->popup(m_profileList->viewport()->mapToGlobal(pos));
 }
 
