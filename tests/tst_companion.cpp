@@ -170,7 +170,8 @@ private slots:
         refused("value for an option without one", {"--list=3"}, 2, "Unknown option --list=3.");
         refused("no name", {"--wait"}, 2, "No profile name given.");
         refused("two commands", {"--list", "--export"}, 2,
-                "Give only one of --list, --command, --export, --import.");
+                "Give only one of --list, --command, --export, --import, --running, --stop, "
+                "--stop-all.");
         refused("--file without a path", {"--list", "--file"}, 2, "--file needs a path.");
         refused("--import without a file", {"--import"}, 2, "--import needs a file.");
         refused("--long without --list", {"--long", "Default"}, 2, "--long goes with --list only.");
@@ -346,7 +347,7 @@ private slots:
         const Run help = Companion({"--help"});
         QCOMPARE(help.status, 0);
         const QStringList usage = options(QString::fromUtf8(help.out));
-        QCOMPARE(usage.size(), 9);
+        QCOMPARE(usage.size(), 12);
         QCOMPARE(options(QString::fromUtf8(ReadBytes(QStringLiteral(MANUAL_PAGE)))), usage);
     }
 };
