@@ -7,9 +7,13 @@
 #include "testenv.h"
 #include "windowfixture.h"
 
+#include "filelocations.h"
+
 #include <QAccessible>
 #include <QAction>
 #include <QDesktopServices>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
 
@@ -73,7 +77,7 @@ public slots:
     void openUrl(const QUrl& url) { m_opened.append(url); }
 
 private slots:
-    void initTestCase() { UseFixtureAppFolder(); }
+    void initTestCase() { m_macos = UseFixtureAppFolder(); }
     void init()
     {
         QVERIFY(WriteText(UserConfigPath(), LaunchConfig));
@@ -212,13 +216,43 @@ private slots:
         MainWindow second;
         QCoreApplication::processEvents();
         QCOMPARE(Description(second, 1), QString());
-        second.show();
+        QVERIFY(ShowWithRow(second, 1));
         QTRY_COMPARE_WITH_TIMEOUT(Description(second, 1), "Running", 2000);
-        QVERIFY(Action(second, "Stop")->isEnabled() || W::ProfileList(second)->currentRow() != 1);
+        QVERIFY(Action(second, "Stop")->isEnabled());
+    }
+
+    // An emulator that passes the check at the click but can't be run (its interpreter is
+    // missing): the supervisor reports it, and the window says what it says when a start
+    // fails at once.
+    void emulatorThatCannotRun()
+    {
+        QTemporaryDir dir;
+        const QString contents = dir.filePath("Broken.app/Contents");
+        const QString emulator =
+            contents + "/Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile";
+        QVERIFY(WriteText(emulator, "#!/nonexistent/interpreter\n"));
+        QVERIFY(QFile::setPermissions(emulator, QFile::ReadOwner | QFile::ExeOwner));
+        QVERIFY(QDir().mkpath(contents + "/MacOS"));
+        QVERIFY(QFile::link(SUPERVISOR, contents + "/MacOS/nimbra-mobile-supervise"));
+        SetApplicationDirForTesting(contents + "/MacOS");
+        const auto restore = qScopeGuard([this] { SetApplicationDirForTesting(m_macos); });
+        ModalAnswerer answerer({"OK"});
+        MainWindow w;
+        QVERIFY(ShowWithRow(w, 1));
+
+        Launch(w);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            answerer.seen, QStringList{Title + "Failed to start Nimbra Mobile Emulator!"}, 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(RecordFiles(), QStringList(), 5000);
+        const QDir logs(qEnvironmentVariable("XDG_STATE_HOME") + "/Nimbra Mobile/logs");
+        const QStringList names = logs.entryList({"Phone HD.*.log"}, QDir::Files, QDir::Time);
+        QVERIFY(!names.isEmpty());
+        QVERIFY(ReadBytes(logs.filePath(names.first())).endsWith(": No such file or directory\n"));
     }
 
 private:
     QList<QUrl> m_opened;
+    QString m_macos;
 };
 
 QTEST_MAIN(RunningWindowTest)
