@@ -128,7 +128,6 @@ void MainWindow::RefreshRunningRows()
 {
     const QList<RunningEmulator> none;
     const QList<RunningEmulator>& running = m_running ? m_running->Running() : none;
-    const QIcon icon = style()->standardIcon(QStyle::SP_MediaPlay);
     const int rows = std::min<int>(m_profileList->count(), m_profiles.size());
     for (int row = 0; row < rows; ++row) {
         const QList<RunningEmulator> ofRow = Running::OfProfile(running, m_profiles[row].name);
@@ -139,7 +138,7 @@ void MainWindow::RefreshRunningRows()
             item->toolTip() == toolTip)
             continue;
         // The name stays the row's text; the state is told by the icon and to screen readers.
-        item->setIcon(ofRow.isEmpty() ? QIcon() : icon);
+        item->setIcon(ofRow.isEmpty() ? QIcon() : style()->standardIcon(QStyle::SP_MediaPlay));
         item->setData(Qt::AccessibleDescriptionRole, description);
         item->setToolTip(toolTip);
         if (QAccessible::isActive()) {

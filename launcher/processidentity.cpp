@@ -14,6 +14,7 @@
 #if defined(Q_OS_LINUX)
 #include <sys/syscall.h>
 #elif defined(Q_OS_MACOS)
+#include <sys/proc.h>
 #include <sys/sysctl.h>
 #include <sys/types.h>
 #endif
