@@ -175,6 +175,11 @@ private slots:
         refused("--file without a path", {"--list", "--file"}, 2, "--file needs a path.");
         refused("--import without a file", {"--import"}, 2, "--import needs a file.");
         refused("--long without --list", {"--long", "Default"}, 2, "--long goes with --list only.");
+        refused("--json without --list or --running", {"--json", "--command", "Default"}, 2,
+                "--json goes with --list and --running only.");
+        refused("--stop without a name", {"--stop"}, 2, "--stop takes one profile name.");
+        refused("--stop-all with a name", {"--stop-all", "Default"}, 2,
+                "--running and --stop-all take no names.");
         refused("missing --file", {"--file", "@/none.ini", "--list"}, 1,
                 "Cannot read @/none.ini.\n");
         refused("binary --file", {"--file", "@/junk.ini", "Default"}, 1,
