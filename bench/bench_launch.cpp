@@ -1,9 +1,11 @@
-// Launch click to emulator process started: MainWindow::OnLaunch against a bare
+// Launch click to emulator process started: MainWindow::OnLaunch, which checks whether the
+// profile runs and starts the emulator under the supervisor, against a bare
 // QProcess::startDetached of the same program and arguments. The stand-in emulator records
 // its arguments and quits at once. Usage: bench_launch [rounds]
 #include "filelocations.h"
 #include "launchcommand.h"
 #include "launcher.h"
+#include "runningemulators.h"
 #include "startup_support.h"
 #include "windowfixture.h"
 
@@ -46,6 +48,20 @@ bool WaitForLines(const QString& fileName, int count)
     return true;
 }
 
+// A launch from the window is on record until its supervisor has seen the emulator end; the
+// next one would otherwise ask whether to launch another.
+bool WaitForNoRecords()
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!QDir(Running::Folder()).entryList({QStringLiteral("*.json")}, QDir::Files).isEmpty()) {
+        if (timer.hasExpired(10000))
+            return false;
+        QThread::msleep(1);
+    }
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -56,16 +72,21 @@ int main(int argc, char** argv)
     const QString record = home.filePath(QStringLiteral("standin.jsonl"));
     qputenv("XDG_DATA_HOME", QFile::encodeName(home.path()));
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(home.path())); // private: made for the owner only
+    qputenv("XDG_STATE_HOME", QFile::encodeName(home.filePath(QStringLiteral("state"))));
     qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(record));
     qputenv("NIMBRA_STANDIN_QUIT", "1");
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(KeepSevereMessages);
 
-    // A fixture app folder with the shipped defaults and the stand-in as its emulator.
+    // A fixture app folder with the shipped defaults, the stand-in as its emulator and the
+    // supervisor.
     const QString resources = home.filePath(QStringLiteral("Bench.app/Contents/Resources"));
     const QString emulator = resources + QStringLiteral("/Nimbra Mobile.app/Contents/MacOS");
     QDir().mkpath(emulator);
+    QDir().mkpath(home.filePath(QStringLiteral("Bench.app/Contents/MacOS")));
+    QFile::link(QStringLiteral(SUPERVISOR),
+                home.filePath(QStringLiteral("Bench.app/Contents/MacOS/nimbra-mobile-supervise")));
     QFile::link(QStringLiteral(STANDIN_EMULATOR), emulator + QStringLiteral("/Nimbra Mobile"));
     QFile::copy(QStringLiteral(LAUNCHER_DEFAULT_SOURCE),
                 resources + QStringLiteral("/LauncherDefault.ini"));
@@ -106,7 +127,7 @@ int main(int argc, char** argv)
             // The next start is timed only once this one's stand-in has run, so the two never
             // compete for the processor.
             ++started;
-            if (!WaitForLines(record, started)) {
+            if (!WaitForLines(record, started) || !WaitForNoRecords()) {
                 std::fprintf(stderr, "bench_launch: start %d never reached the stand-in\n",
                              started);
                 return 1;

@@ -60,5 +60,6 @@ target_link_libraries(bench_launch PRIVATE launcherui startupsupport)
 target_include_directories(bench_launch PRIVATE "${PROJECT_SOURCE_DIR}/tests")
 target_compile_definitions(bench_launch PRIVATE
     STANDIN_EMULATOR="$<TARGET_FILE:nimbra-mobile-emulator-standin>"
+    SUPERVISOR="$<TARGET_FILE:nimbra-mobile-supervise>"
     LAUNCHER_DEFAULT_SOURCE="${PROJECT_SOURCE_DIR}/resources/LauncherDefault.ini")
-add_dependencies(bench_launch nimbra-mobile-emulator-standin)
+add_dependencies(bench_launch nimbra-mobile-emulator-standin nimbra-mobile-supervise)

@@ -18,8 +18,13 @@ struct Parser
     const QCommandLineOption exportProfiles{QStringLiteral("export")};
     const QCommandLineOption import{QStringLiteral("import"), QString(), QStringLiteral("FILE")};
     const QCommandLineOption file{QStringLiteral("file"), QString(), QStringLiteral("PATH")};
+    const QCommandLineOption running{QStringLiteral("running")};
+    const QCommandLineOption stop{QStringLiteral("stop")};
+    const QCommandLineOption stopAll{QStringLiteral("stop-all")};
+    const QCommandLineOption json{QStringLiteral("json")};
     const QList<QCommandLineOption> all = {help,    version,        list,   longList, wait,
-                                           command, exportProfiles, import, file};
+                                           command, exportProfiles, import, file,     running,
+                                           stop,    stopAll,        json};
 
     Parser()
     {
@@ -73,11 +78,14 @@ QString UsageError(const Parser& p, const QString& refused)
 // The one command given; more than one is bad usage.
 Command ChosenCommand(const Parser& p, QString* error)
 {
-    const std::array<std::pair<const QCommandLineOption*, Command>, 4> commands = {
+    const std::array<std::pair<const QCommandLineOption*, Command>, 7> commands = {
         {{&p.list, Command::List},
          {&p.command, Command::ShowCommand},
          {&p.exportProfiles, Command::Export},
-         {&p.import, Command::Import}}};
+         {&p.import, Command::Import},
+         {&p.running, Command::Running},
+         {&p.stop, Command::Stop},
+         {&p.stopAll, Command::StopAll}}};
     Command chosen = Command::Launch;
     int count = 0;
     for (const auto& [option, command] : commands) {
@@ -87,7 +95,8 @@ Command ChosenCommand(const Parser& p, QString* error)
         }
     }
     if (count > 1)
-        *error = QStringLiteral("Give only one of --list, --command, --export, --import.");
+        *error = QStringLiteral("Give only one of --list, --command, --export, --import, "
+                                "--running, --stop, --stop-all.");
     return chosen;
 }
 
@@ -98,6 +107,8 @@ QString Validate(const Options& options, bool chosen)
         return QStringLiteral("--long goes with --list only.");
     if (options.wait && chosen)
         return QStringLiteral("--wait goes with a launch only.");
+    if (options.json && options.command != Command::List && options.command != Command::Running)
+        return QStringLiteral("--json goes with --list and --running only.");
     switch (options.command) {
     case Command::Launch:
         return count == 0 ? QStringLiteral("No profile name given.") : QString();
@@ -107,6 +118,11 @@ QString Validate(const Options& options, bool chosen)
         return count != 1 ? QStringLiteral("--command takes one profile name.") : QString();
     case Command::Import:
         return count ? QStringLiteral("--import takes one file and no names.") : QString();
+    case Command::Running:
+    case Command::StopAll:
+        return count ? QStringLiteral("--running and --stop-all take no names.") : QString();
+    case Command::Stop:
+        return count != 1 ? QStringLiteral("--stop takes one profile name.") : QString();
     case Command::Export:
     case Command::Help:
     case Command::Version:
@@ -148,6 +164,7 @@ Options ParseCommandLine(const QStringList& arguments)
         return options;
     options.longList = p.parser.isSet(p.longList);
     options.wait = p.parser.isSet(p.wait);
+    options.json = p.parser.isSet(p.json);
     options.file = p.parser.value(p.file);
     options.importFile = p.parser.value(p.import);
     options.words = p.parser.positionalArguments();
@@ -159,10 +176,12 @@ QString UsageText()
 {
     return QStringLiteral(
         "Usage: nimbra-mobile-launch [--file PATH] [--wait] NAME [ARG...]\n"
-        "       nimbra-mobile-launch [--file PATH] --list [--long]\n"
+        "       nimbra-mobile-launch [--file PATH] --list [--long] [--json]\n"
         "       nimbra-mobile-launch [--file PATH] --command NAME\n"
         "       nimbra-mobile-launch [--file PATH] --export [NAME...]\n"
         "       nimbra-mobile-launch [--file PATH] --import FILE\n"
+        "       nimbra-mobile-launch --running [--json]\n"
+        "       nimbra-mobile-launch [--file PATH] --stop NAME | --stop-all\n"
         "       nimbra-mobile-launch --help | --version\n"
         "\n"
         "Starts the Nimbra Mobile emulator with a profile of the launcher, detached, with the\n"
@@ -174,9 +193,14 @@ QString UsageText()
         "  --export        the named profiles (all when none is named) and the options they\n"
         "                  use, as a Launcher.ini file on standard output\n"
         "  --import FILE   add the profiles and options of FILE to Launcher.ini\n"
+        "  --running       the running emulators, one a line: name, process id, start\n"
+        "                  time and log file, separated by tabs\n"
+        "  --stop NAME     end the profile's running emulators, by force after 5 seconds\n"
+        "  --stop-all      end every running emulator\n"
+        "  --json          with --list or --running: one JSON object instead of lines\n"
         "  --file PATH     use PATH instead of the user's Launcher.ini\n"
         "  --              ends the options, for a profile name that starts with a dash\n"
         "\n"
-        "Exit status: 0 on success, 1 on an error, 2 on bad usage or an unknown profile;\n"
-        "with --wait, the emulator's status.\n");
+        "Exit status: 0 on success, 1 on an error or when --stop finds nothing running,\n"
+        "2 on bad usage or an unknown profile; with --wait, the emulator's status.\n");
 }

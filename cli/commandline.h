@@ -5,13 +5,25 @@
 #include <QString>
 #include <QStringList>
 
-enum class Command { Launch, List, ShowCommand, Export, Import, Help, Version };
+enum class Command {
+    Launch,
+    List,
+    ShowCommand,
+    Export,
+    Import,
+    Running,
+    Stop,
+    StopAll,
+    Help,
+    Version
+};
 
 struct Options
 {
     Command command = Command::Launch;
     bool longList = false;
     bool wait = false;
+    bool json = false;  // --json: one JSON object instead of lines
     QString file;       // --file: instead of the user's Launcher.ini
     QString importFile; // --import
     QStringList words;  // NAME [ARG...] for a launch, the names otherwise

@@ -5,6 +5,7 @@
 #include "launchcommand.h"
 #include "loading.h"
 #include "profiletransfer.h"
+#include "supervisedlaunch.h"
 
 #include <QFileInfo>
 #include <QProcess>
@@ -71,6 +72,12 @@ int RunCompanion(const QStringList& arguments, const Console& console)
         return ExportProfiles(options, console);
     case Command::Import:
         return ImportProfiles(options, console);
+    case Command::Running:
+        return ListRunning(options, console);
+    case Command::Stop:
+        return StopProfile(options, console);
+    case Command::StopAll:
+        return StopAllEmulators(options, console);
     case Command::Launch:
         break;
     }
@@ -79,6 +86,8 @@ int RunCompanion(const QStringList& arguments, const Console& console)
 
 int ListProfiles(const Options& options, const Console& console)
 {
+    if (options.json)
+        return ListProfilesAsJson(options, console);
     // Names alone need no model: the common case streams them from the file.
     if (!options.longList) {
         QByteArray names;
@@ -123,18 +132,31 @@ int LaunchProfile(const Options& options, const Console& console)
     LaunchCommand launch = CommandFor(model, row);
     // Handed over as they came, not through the command string, so the shell's quoting holds.
     launch.arguments += options.words.mid(1);
+    // The record shows them as a command line would.
+    for (const QString& extra : options.words.mid(1)) {
+        const bool blank = extra.contains(u' ');
+        launch.command += (blank ? QStringLiteral(" \"%1\"") : QStringLiteral(" %1")).arg(extra);
+    }
+    const QString& profile = model.profiles[row].name;
     const QString failed =
         QStringLiteral("Failed to start Nimbra Mobile Emulator: %1\n").arg(launch.program);
+    if (!CanExecute(launch.program)) {
+        console.PrintError(failed);
+        return ExitStatus::CannotStart;
+    }
     if (!options.wait) {
-        if (StartDetached(launch))
+        if (StartSupervised(launch, profile, Supervision::Detached).started)
             return ExitStatus::Ok;
         console.PrintError(failed);
         return ExitStatus::CannotStart;
     }
+    // In the foreground under the supervisor, which passes the output on as well as logging
+    // it and ends as the emulator ended.
+    const LaunchCommand attached = SupervisedCommand(launch, profile, Supervision::Attached);
     QProcess emulator;
     emulator.setProcessChannelMode(QProcess::ForwardedChannels);
     emulator.setInputChannelMode(QProcess::ForwardedInputChannel);
-    emulator.start(launch.program, launch.arguments);
+    emulator.start(attached.program, attached.arguments);
     if (!emulator.waitForStarted(-1)) {
         console.PrintError(failed);
         return ExitStatus::CannotStart;

@@ -20,3 +20,9 @@ int ShowCommand(const Options& options, const Console& console);
 int LaunchProfile(const Options& options, const Console& console);
 int ExportProfiles(const Options& options, const Console& console);
 int ImportProfiles(const Options& options, const Console& console);
+// The running emulators and stopping them (runningcommands.cpp).
+int ListRunning(const Options& options, const Console& console);
+int StopProfile(const Options& options, const Console& console);
+int StopAllEmulators(const Options& options, const Console& console);
+// --list --json, with the model's names and, with --long, their commands.
+int ListProfilesAsJson(const Options& options, const Console& console);

@@ -3,6 +3,8 @@
 // NIMBRA_STANDIN_RECORD=<file>  append the arguments (argv[0] left out) as one compact JSON
 //                               array per start
 // NIMBRA_STANDIN_QUIT=1         exit with status 0 right after recording, showing nothing
+// NIMBRA_STANDIN_FAIL=<text>    write the text to stderr and exit with status 3 right after
+//                               recording, as an emulator that can't start would
 #include <QApplication>
 #include <QFormLayout>
 #include <QJsonArray>
@@ -83,6 +85,11 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
     RecordArguments(arguments);
+    if (qEnvironmentVariableIsSet("NIMBRA_STANDIN_FAIL")) {
+        const QByteArray message = qgetenv("NIMBRA_STANDIN_FAIL") + '\n';
+        std::fwrite(message.constData(), 1, size_t(message.size()), stderr);
+        return 3;
+    }
     if (qgetenv("NIMBRA_STANDIN_QUIT") == "1")
         return 0;
 

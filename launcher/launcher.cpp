@@ -117,6 +117,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
             RecoverUnsavedEdits();
         WatchUserFile();
     });
+    WatchRunningOnceShown();
 }
 
 MainWindow::~MainWindow()
@@ -302,8 +303,10 @@ void MainWindow::OnLaunch()
 
 void MainWindow::Launch(const Profile& profile)
 {
+    if (!ConfirmLaunchWhileRunning(profile.name))
+        return;
     const LaunchCommand launch = BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, profile);
-    if (!StartDetached(launch)) {
+    if (!StartRecorded(launch, profile.name)) {
         QMessageBox::critical(this, QStringLiteral("Nimbra Mobile Emulator Launcher"),
                               QStringLiteral("Failed to start Nimbra Mobile Emulator!"));
     }

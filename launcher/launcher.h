@@ -13,6 +13,9 @@ class QUndoStack;
 class QFileSystemWatcher;
 class QTimer;
 class QComboBox;
+class RunningWatcher;
+struct LaunchCommand;
+struct RunningEmulator;
 class QLineEdit;
 class QListWidgetItem;
 class QMenu;
@@ -184,4 +187,21 @@ private:
     QAction* m_redoAction = nullptr;
     QAction* m_addMenuEntryAction = nullptr;
     QAction* m_removeMenuEntryAction = nullptr;
+
+    // Running emulators: the rows' state, Stop and Show Log, the question before launching a
+    // profile that runs, and the box for a start that failed (launcher_running.cpp).
+    void WatchRunningOnceShown();
+    void StartWatchingRunning();
+    void BuildRunningActions();
+    void RefreshRunningRows();
+    void RefreshLogAction();
+    bool ConfirmLaunchWhileRunning(const QString& profile);
+    bool StartRecorded(const LaunchCommand& launch, const QString& profile);
+    void StopCurrentProfile();
+    void ShowCurrentLog();
+    void ReportFailedStart(const RunningEmulator& report);
+
+    RunningWatcher* m_running = nullptr;
+    QAction* m_stopAction = nullptr;
+    QAction* m_showLogAction = nullptr;
 };

@@ -84,6 +84,7 @@ void MainWindow::BuildProfileActions()
         add(QStringLiteral("Add to Applications Menu"), {}, &MainWindow::AddToApplicationsMenu);
     m_removeMenuEntryAction = add(QStringLiteral("Remove from Applications Menu"), {},
                                   &MainWindow::RemoveFromApplicationsMenu);
+    BuildRunningActions();
 
     m_profileList->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_profileList, &QWidget::customContextMenuRequested, this,
@@ -116,6 +117,8 @@ void MainWindow::RefreshProfileActions()
         action->setEnabled(any);
     m_moveUpAction->setEnabled(MoveTarget(m_profiles, row, -1) >= 0);
     m_moveDownAction->setEnabled(MoveTarget(m_profiles, row, 1) >= 0);
+    // Rows move and change names: their running state follows.
+    RefreshRunningRows();
 }
 
 void MainWindow::ShowProfileMenu(const QPoint& pos)
@@ -130,7 +133,8 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
         m_profileMenu->addSeparator();
         m_profileMenu->addActions({m_moveUpAction, m_moveDownAction});
         m_profileMenu->addSeparator();
-        m_profileMenu->addActions({m_launchAction, m_launchWithArgumentsAction});
+        m_profileMenu->addActions(
+            {m_launchAction, m_launchWithArgumentsAction, m_stopAction, m_showLogAction});
         m_profileMenu->addSeparator();
         m_profileMenu->addActions({m_undoAction, m_redoAction});
 #ifndef Q_OS_MACOS
@@ -145,6 +149,7 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
                                             DesktopEntry::FileName(m_profiles[row].name));
     m_addMenuEntryAction->setEnabled(row >= 0 && !hasEntry);
     m_removeMenuEntryAction->setEnabled(hasEntry);
+    RefreshLogAction();
     m_profileMenu->popup(m_profileList->viewport()->mapToGlobal(pos));
 }
 

@@ -14,8 +14,12 @@ QString UsePrivateDataLocation()
 {
     static QTemporaryDir dir;
     qputenv("XDG_DATA_HOME", QFile::encodeName(dir.path()));
-    // Recovery state and logs too, beside it.
-    qputenv("XDG_STATE_HOME", QFile::encodeName(dir.path() + QStringLiteral("/state")));
+    // Launches keep logs in the state folder and their records in the runtime folder.
+    const QString runtime = dir.filePath(QStringLiteral("runtime"));
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("XDG_STATE_HOME", QFile::encodeName(dir.filePath(QStringLiteral("state"))));
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
     return dir.path();
 }
 
@@ -37,6 +41,7 @@ QString UseFixtureAppFolder(bool withShippedFiles)
     const QString macos = app + QStringLiteral("/Contents/MacOS");
     const QString resources = app + QStringLiteral("/Contents/Resources");
     QDir().mkpath(macos);
+    QFile::link(QStringLiteral(SUPERVISOR), macos + QStringLiteral("/nimbra-mobile-supervise"));
     if (withShippedFiles && !QFileInfo::exists(resources)) {
         const QString emulator = resources + QStringLiteral("/Nimbra Mobile.app/Contents/MacOS");
         QDir().mkpath(emulator);

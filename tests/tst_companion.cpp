@@ -170,10 +170,16 @@ private slots:
         refused("value for an option without one", {"--list=3"}, 2, "Unknown option --list=3.");
         refused("no name", {"--wait"}, 2, "No profile name given.");
         refused("two commands", {"--list", "--export"}, 2,
-                "Give only one of --list, --command, --export, --import.");
+                "Give only one of --list, --command, --export, --import, --running, --stop, "
+                "--stop-all.");
         refused("--file without a path", {"--list", "--file"}, 2, "--file needs a path.");
         refused("--import without a file", {"--import"}, 2, "--import needs a file.");
         refused("--long without --list", {"--long", "Default"}, 2, "--long goes with --list only.");
+        refused("--json without --list or --running", {"--json", "--command", "Default"}, 2,
+                "--json goes with --list and --running only.");
+        refused("--stop without a name", {"--stop"}, 2, "--stop takes one profile name.");
+        refused("--stop-all with a name", {"--stop-all", "Default"}, 2,
+                "--running and --stop-all take no names.");
         refused("missing --file", {"--file", "@/none.ini", "--list"}, 1,
                 "Cannot read @/none.ini.\n");
         refused("binary --file", {"--file", "@/junk.ini", "Default"}, 1,
@@ -346,7 +352,7 @@ private slots:
         const Run help = Companion({"--help"});
         QCOMPARE(help.status, 0);
         const QStringList usage = options(QString::fromUtf8(help.out));
-        QCOMPARE(usage.size(), 9);
+        QCOMPARE(usage.size(), 12);
         QCOMPARE(options(QString::fromUtf8(ReadBytes(QStringLiteral(MANUAL_PAGE)))), usage);
     }
 };

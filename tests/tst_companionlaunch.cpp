@@ -72,6 +72,7 @@ private slots:
                               QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(Path("runtime")));
+        qputenv("XDG_STATE_HOME", QFile::encodeName(Path("state")));
         qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(RecordPath()));
         qputenv("NIMBRA_STANDIN_QUIT", "1");
         QVERIFY(WriteText(UserConfigPath(), PhoneConfig));
@@ -119,6 +120,7 @@ private slots:
         const QString program = contents + "/MacOS/nimbra-mobile-launch";
         QVERIFY(QDir().mkpath(contents + "/MacOS"));
         QVERIFY(QFile::copy(COMPANION, program));
+        QVERIFY(QFile::copy(SUPERVISOR, contents + "/MacOS/nimbra-mobile-supervise"));
         if (!emulator.isNull()) {
             const QString script =
                 contents + "/Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile";

@@ -8,8 +8,9 @@ check_installed_tree() {
     launcher="$contents/MacOS/nimbra-mobile-launcher"
     [ -x "$launcher" ] || fail "no launcher at $launcher"
     # Test programs share the build tree's MacOS folder; none of them may be installed.
-    [ "$(ls "$contents/MacOS" | tr '\n' ' ')" = "nimbra-mobile-launch nimbra-mobile-launcher " ] ||
-        fail "MacOS holds more than the launcher and its companion: $(ls "$contents/MacOS")"
+    [ "$(ls "$contents/MacOS" | tr '\n' ' ')" = \
+        "nimbra-mobile-launch nimbra-mobile-launcher nimbra-mobile-supervise " ] ||
+        fail "MacOS holds more than the launcher, its companion and supervisor: $(ls "$contents/MacOS")"
     # Single instance's module, loaded from here once the window is up.
     [ "$(ls "$contents/PlugIns")" = "libnimbra-mobile-instance.so" ] ||
         fail "PlugIns does not hold the single-instance module alone: $(ls "$contents/PlugIns")"
@@ -74,6 +75,23 @@ check_companion() {
         printf "%s\n" "${COMPREPLY[@]}"' _ "$completion" "$prefix/bin/nimbra-mobile-launch" \
         "$contents/Resources/LauncherDefault.ini")
     grep -qx 'Phone\\ WVGA\\ hdpi' <<<"$reply" || fail "completion offered: $reply"
+    check_supervised_launch "$prefix"
+}
+
+# A launch through the link goes through the installed supervisor: the stand-in runs with the
+# profile's arguments, the launch leaves a log under the state folder, and nothing is left
+# running.
+check_supervised_launch() {
+    local prefix=$1 state="$work/launch-state" runtime="$work/launch-runtime" log
+    mkdir -p "$runtime" && chmod 700 "$runtime"
+    XDG_DATA_HOME="$work/companion-data" XDG_STATE_HOME="$state" XDG_RUNTIME_DIR="$runtime" \
+        NIMBRA_STANDIN_QUIT=1 "$prefix/bin/nimbra-mobile-launch" --wait "Phone WVGA hdpi" ||
+        fail "a launch through the companion failed"
+    log=$(ls "$state/Nimbra Mobile/logs/"Phone\ WVGA\ hdpi.*.log 2>/dev/null)
+    [ -n "$log" ] && head -n 1 "$log" | grep -q -- '-profile-name "Phone WVGA hdpi"' ||
+        fail "the launch left no log: $(ls -R "$state")"
+    [ -z "$(XDG_RUNTIME_DIR="$runtime" "$prefix/bin/nimbra-mobile-launch" --running)" ] ||
+        fail "an emulator that ended is still listed as running"
 }
 
 # Debian's documentation, in every installed tree alike: both programs' manual pages, only

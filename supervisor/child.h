@@ -1,0 +1,39 @@
+// The emulator as the supervisor's child. It is forked held at a gate, so that it is on record
+// before it runs, and its exec is reported back through a pipe.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+#include <sys/types.h>
+
+struct Child
+{
+    pid_t pid = -1;
+    int gate = -1;   // closing it lets the child exec
+    int result = -1; // an exec that failed writes its errno here
+    int out = -1;    // the child's stdout and stderr when they are copied
+    int err = -1;
+};
+
+// Ignores the terminal's signals, so that the end is still recorded after a Ctrl+C, and passes
+// a SIGTERM on to the child. The child gets back what this process inherited.
+void SetUpSignals();
+
+// Forks the child for argv (argv[0] the program), held before exec. Its output goes to logFd,
+// or with copy through pipes for CopyOutput; with neither it keeps this process's own.
+Child Fork(const QList<QByteArray>& argv, int logFd, bool copy);
+
+// Lets the child exec; 0 when it did, else the error of the exec.
+int Release(Child& child);
+
+// Copies the child's stdout and stderr to logFd and to this process's own until the child ends.
+void CopyOutput(Child& child, int logFd);
+
+// The child's wait status once it ends.
+int WaitFor(const Child& child);
+
+// Ends this process as the wait status says the child ended: a signal again, or its status.
+int EndAs(int status);
+
+void WriteAll(int fd, const QByteArray& bytes);

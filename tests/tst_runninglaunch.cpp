@@ -1,0 +1,222 @@
+// Running emulators through the companion as a process, with the build's supervisor and
+// stand-in: --running names the emulator's own process and its log, --json says the same,
+// --stop and --stop-all end them, --wait still passes the output on and ends as the emulator
+// did, and a log folder that can't be written still launches.
+#include "processidentity.h"
+#include "runningsupport.h"
+#include "testenv.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QByteArray PhoneConfig =
+    "$VERSION\t106\n[Profile]\n"
+    "\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+    "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 2 [Input] 0  -gpu on\"\n" +
+    SizeAndDensitySections() + "[Input]\n";
+
+struct Run
+{
+    int status = -1; // -1 when it did not exit normally in time
+    QByteArray out;
+    QByteArray err;
+};
+
+Run Companion(const QStringList& arguments)
+{
+    QProcess process; // kills a program still running when it goes
+    process.start(COMPANION, arguments);
+    process.closeWriteChannel();
+    const bool ended =
+        process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
+    return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
+            process.readAllStandardError()};
+}
+
+QList<QStringList> RunningLines()
+{
+    QList<QStringList> lines;
+    for (const QByteArray& line : Companion({"--running"}).out.split('\n')) {
+        if (!line.isEmpty())
+            lines.append(QString::fromUtf8(line).split(u'\t'));
+    }
+    return lines;
+}
+
+// The stand-in the build's companion starts, as the running program's executable shows it.
+bool RunsTheStandIn(qint64 pid)
+{
+    return QFileInfo(QStringLiteral("/proc/%1/exe").arg(pid)).canonicalFilePath() ==
+           QFileInfo(StandInEmulator()).canonicalFilePath();
+}
+
+} // namespace
+
+class RunningLaunchTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_home;
+    QString Path(const QString& name) const { return m_home->filePath(name); }
+
+private slots:
+    // Private folders per test, inherited by the programs it starts; stand-ins keep running
+    // unless a test says otherwise.
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        QDir().mkpath(Path("runtime"));
+        QFile::setPermissions(Path("runtime"),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(Path("runtime")));
+        qputenv("XDG_STATE_HOME", QFile::encodeName(Path("state")));
+        qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(Path("starts.jsonl")));
+        qunsetenv("NIMBRA_STANDIN_QUIT");
+        qunsetenv("NIMBRA_STANDIN_FAIL");
+        QVERIFY(WriteText(UserConfigPath(), PhoneConfig));
+    }
+
+    void cleanup() { QVERIFY(EndEverythingStarted()); }
+
+    void listedAndStopped()
+    {
+        for (const char* name : {"Phone HD", "Phone HD", "Default"})
+            QCOMPARE(Companion({name}).status, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(RunningLines().size(), 3, 15000);
+        const QList<QStringList> lines = RunningLines();
+        const QRegularExpression isoSeconds(
+            QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d(Z|[+-]\\d\\d:\\d\\d)$"));
+        QList<qint64> phonePids;
+        for (const QStringList& line : lines) {
+            QCOMPARE(line.size(), 4);
+            const qint64 pid = line[1].toLongLong();
+            QTRY_VERIFY_WITH_TIMEOUT(RunsTheStandIn(pid), 15000);
+            QVERIFY2(isoSeconds.match(line[2]).hasMatch(), qPrintable(line[2]));
+            QVERIFY(qAbs(QDateTime::fromString(line[2], Qt::ISODate)
+                             .secsTo(QDateTime::currentDateTime())) < 60);
+            const QByteArray command = Companion({"--command", line[0]}).out;
+            QCOMPARE(ReadBytes(line[3]).left(command.size()), command);
+            if (line[0] == "Phone HD")
+                phonePids.append(pid);
+        }
+        QCOMPARE(phonePids.size(), 2);
+
+        // The same facts as one JSON object, nothing else.
+        const Run json = Companion({"--running", "--json"});
+        QCOMPARE(json.status, 0);
+        QJsonParseError error;
+        const QJsonObject object = QJsonDocument::fromJson(json.out, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QCOMPARE(object.value("version").toInt(), 1);
+        const QJsonArray running = object.value("running").toArray();
+        QCOMPARE(running.size(), 3);
+        for (qsizetype i = 0; i < running.size(); ++i) {
+            const QJsonObject entry = running[i].toObject();
+            QCOMPARE(
+                (QStringList{entry.value("profile").toString(),
+                             QString::number(entry.value("pid").toInteger()),
+                             entry.value("started").toString(), entry.value("log").toString()}),
+                lines[i]);
+            QCOMPARE(entry.value("command").toString().toUtf8() + '\n',
+                     Companion({"--command", lines[i][0]}).out);
+        }
+
+        const Run stop = Companion({"--stop", "Phone HD"});
+        QCOMPARE(stop.status, 0);
+        QCOMPARE(stop.out + stop.err, QByteArray());
+        for (const qint64 pid : phonePids)
+            QVERIFY(!RunsTheStandIn(pid) || ReadProcessState(pid).ended);
+        QCOMPARE(RunningLines().size(), 1);
+        QCOMPARE(RunningLines()[0][0], "Default");
+
+        const Run again = Companion({"--stop", "Phone HD"});
+        QCOMPARE(again.status, 1);
+        QCOMPARE(again.err, "No emulator of profile \"Phone HD\" is running.\n");
+        QCOMPARE(Companion({"--stop", "Phone"}).status, 2);
+        QCOMPARE(Companion({"--stop-all"}).status, 0);
+        const Run none = Companion({"--running"});
+        QCOMPARE(none.status, 0);
+        QCOMPARE(none.out + none.err, QByteArray());
+    }
+
+    void listAsJson()
+    {
+        for (const bool longList : {false, true}) {
+            const Run run = Companion(longList ? QStringList{"--list", "--long", "--json"}
+                                               : QStringList{"--json", "--list"});
+            QCOMPARE(run.status, 0);
+            const QJsonObject object = QJsonDocument::fromJson(run.out).object();
+            QCOMPARE(object.value("version").toInt(), 1);
+            QStringList names;
+            for (const QJsonValue& profile : object.value("profiles").toArray()) {
+                names.append(profile["name"].toString());
+                QCOMPARE(profile["command"].toString().toUtf8() + (longList ? "\n" : QByteArray()),
+                         longList ? Companion({"--command", names.last()}).out : QByteArray());
+            }
+            QCOMPARE(names, (QStringList{"Default", "Phone HD"}));
+        }
+    }
+
+    // The output reaches the caller and the log alike; the status is the emulator's, a signal
+    // still reads as a crash.
+    void waitKeepsItsWays()
+    {
+        qputenv("NIMBRA_STANDIN_FAIL", "first\nsecond");
+        const Run failed = Companion({"--wait", "Phone HD", "-x"});
+        QCOMPARE(failed.status, 3);
+        QCOMPARE(failed.out, QByteArray());
+        QCOMPARE(failed.err, "first\nsecond\n");
+        const QStringList logs = QDir(Path("state/Nimbra Mobile/logs")).entryList(QDir::Files);
+        QCOMPARE(logs.size(), 1);
+        const QByteArray command = Companion({"--command", "Phone HD"}).out.trimmed();
+        QCOMPARE(ReadBytes(Path("state/Nimbra Mobile/logs/") + logs[0]),
+                 command + " -x\nfirst\nsecond\n");
+        QCOMPARE(RecordFiles(), QStringList());
+
+        qunsetenv("NIMBRA_STANDIN_FAIL");
+        QProcess waiting;
+        waiting.start(COMPANION, {"--wait", "Phone HD"});
+        QTRY_COMPARE_WITH_TIMEOUT(Running::Read(Running::Folder()).running.size(), 1, 15000);
+        QVERIFY(Running::ForceStop(Running::Read(Running::Folder()).running[0]));
+        QVERIFY(waiting.waitForFinished(10000));
+        QCOMPARE(waiting.exitCode(), 1);
+        QVERIFY(waiting.readAllStandardError().endsWith("Nimbra Mobile Emulator crashed.\n"));
+    }
+
+    void unwritableLogFolderStillLaunches()
+    {
+        QVERIFY(WriteText(Path("state"), "not a folder\n"));
+        qputenv("NIMBRA_STANDIN_QUIT", "1");
+        const Run quick = Companion({"--wait", "Phone HD"});
+        QCOMPARE(quick.status, 0);
+        QCOMPARE(quick.err.count('\n'), 1);
+        QVERIFY2(quick.err.startsWith("nimbra-mobile-supervise: no log for this launch: "),
+                 quick.err);
+        QCOMPARE(Recorded(Path("starts.jsonl")).size(), 1);
+
+        // Without a log the emulator writes where the companion does, so that must stay open.
+        qunsetenv("NIMBRA_STANDIN_QUIT");
+        QProcess waiting;
+        waiting.start(COMPANION, {"--wait", "Default"});
+        QTRY_COMPARE_WITH_TIMEOUT(RunningLines().size(), 1, 15000);
+        QCOMPARE(RunningLines()[0].value(3), QString());
+        QVERIFY(EndEverythingStarted());
+        QVERIFY(waiting.waitForFinished(10000));
+        QCOMPARE(ReadBytes(Path("state")), "not a folder\n");
+    }
+};
+
+QTEST_GUILESS_MAIN(RunningLaunchTest)
+#include "tst_runninglaunch.moc"
