@@ -63,3 +63,10 @@ target_compile_definitions(bench_launch PRIVATE
     SUPERVISOR="$<TARGET_FILE:nimbra-mobile-supervise>"
     LAUNCHER_DEFAULT_SOURCE="${PROJECT_SOURCE_DIR}/resources/LauncherDefault.ini")
 add_dependencies(bench_launch nimbra-mobile-emulator-standin nimbra-mobile-supervise)
+
+# The window's scale: building it, filtering and quitting with 10,000 profiles, in process.
+qt_add_executable(bench_window "${CMAKE_CURRENT_LIST_DIR}/bench_window.cpp")
+target_link_libraries(bench_window PRIVATE launcherui)
+target_include_directories(bench_window PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+target_compile_definitions(bench_window PRIVATE
+    LAUNCHER_DEFAULT_INI="${PROJECT_SOURCE_DIR}/resources/LauncherDefault.ini")

@@ -15,8 +15,6 @@ namespace {
 
 // Bounds the search in a folder full of set-aside files; one more name never takes that long.
 constexpr int kMaxSetAsideNames = 10000;
-// A writer holds its lock for one read and one write.
-constexpr int kWriterLockWaitMs = 5000;
 
 UserState Unread(const QString& path)
 {
@@ -136,13 +134,6 @@ Changes MergeChanges(const QString& path, ConfigModel& model, Baseline& baseline
     baseline.stamp = stamp;
     baseline.base = std::move(theirs);
     return Changes::Merged;
-}
-
-WriterLock::WriterLock(const QString& path) : m_lock(path + QStringLiteral(".lock"))
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    m_heldElsewhere =
-        !m_lock.tryLock(kWriterLockWaitMs) && m_lock.error() == QLockFile::LockFailedError;
 }
 
 bool MayWrite(const ConfigModel& model, const Baseline& baseline)

@@ -5,8 +5,7 @@
 #pragma once
 
 #include "model.h"
-
-#include <QLockFile>
+#include "writerlock.h"
 
 #include <functional>
 
@@ -102,22 +101,5 @@ bool MayWrite(const ConfigModel& model, const Baseline& baseline);
 // system's reason and the old file is whole.
 SaveResult Save(const QString& path, ConfigModel& model, Baseline& baseline,
                 QString* errorString = nullptr);
-
-// Held by each writer of the user's file (a launcher's save, an import) around one read and
-// one write of it, beside the file. A folder that can hold no lock has no writer to wait for.
-class WriterLock
-{
-public:
-    explicit WriterLock(const QString& path);
-    WriterLock(const WriterLock&) = delete;
-    WriterLock& operator=(const WriterLock&) = delete;
-
-    // True when another writer kept it the whole time this one waited.
-    bool HeldElsewhere() const { return m_heldElsewhere; }
-
-private:
-    QLockFile m_lock;
-    bool m_heldElsewhere = false;
-};
 
 } // namespace UserFile

@@ -4,6 +4,7 @@
 
 #include "launcher.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
@@ -48,4 +49,17 @@ public:
     // The command preview and the profile list's menu.
     static QLineEdit* CommandLine(View w) { return w.m_commandEdit; }
     static QMenu* ProfileMenu(View w) { return w.m_profileMenu; }
+
+    // The filter, undo and redo, and the profile list's actions by their text.
+    static QLineEdit* Filter(View w) { return w.m_filterEdit; }
+    static QAction* Undo(View w) { return w.m_undoAction; }
+    static QAction* Redo(View w) { return w.m_redoAction; }
+    static QAction* ListAction(View w, const QString& text)
+    {
+        for (QAction* action : w.m_profileList->actions()) {
+            if (action->text() == text)
+                return action;
+        }
+        return nullptr;
+    }
 };

@@ -1,0 +1,255 @@
+// The window for people who launch all day: the filter's rules, undo and redo of every edit
+// back to the identical model, a one-off launch's arguments, and profiles in the applications
+// menu.
+#include "desktopentry.h"
+#include "fileformat.h"
+#include "modalanswerer.h"
+#include "records.h"
+#include "testenv.h"
+#include "windowfixture.h"
+
+#include <QApplication>
+#include <QLoggingCategory>
+#include <QTest>
+
+using W = WindowFixture;
+
+namespace {
+
+QStringList Shown(const MainWindow& w)
+{
+    QStringList names;
+    for (int row = 0; row < W::ProfileList(w)->count(); ++row) {
+        if (!W::ProfileList(w)->isRowHidden(row))
+            names.append(W::ProfileList(w)->item(row)->text());
+    }
+    return names;
+}
+
+bool ShowWithFocus(MainWindow& w, QWidget* on)
+{
+    w.show();
+    QApplication::setActiveWindow(&w);
+    if (!QTest::qWaitForWindowActive(&w))
+        return false;
+    on->setFocus();
+    return on->hasFocus();
+}
+
+// The edits a user makes, by what they press.
+void Edit(MainWindow& w, const QString& edit)
+{
+    if (edit == "add profile") {
+        W::Select(w, 0);
+        W::Arguments(w)->setText(" -new");
+        W::AddUpdateButton(w)->click();
+    } else if (edit == "update profile") {
+        W::Select(w, 2);
+        W::Arguments(w)->setText(" -changed");
+        W::AddUpdateButton(w)->click();
+    } else if (edit == "remove profile") {
+        W::Select(w, 2);
+        W::RemoveProfileButton(w)->click();
+    } else if (edit == "add resolution") {
+        w.OnAddResolution();
+    } else if (edit == "remove resolution used twice") {
+        W::ComboBox(w, OptionKind::Resolution)->setCurrentIndex(1);
+        W::RemoveButton(w, OptionKind::Resolution)->click();
+    } else if (edit == "duplicate") {
+        W::Select(w, 1);
+        W::ListAction(w, "Duplicate")->trigger();
+    } else if (edit == "rename") {
+        W::Select(w, 3);
+        W::ListAction(w, "Rename\u2026")->trigger();
+    } else if (edit == "move") {
+        W::Select(w, 3);
+        W::ListAction(w, "Move Up")->trigger();
+    }
+}
+
+} // namespace
+
+class AllDayTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        UseFixtureAppFolder();
+        QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    }
+    void init() { QVERIFY(WriteText(UserConfigPath(), EditingConfig())); }
+
+    void filter()
+    {
+        MainWindow w;
+        QVERIFY(ShowWithFocus(w, W::Filter(w)));
+        W::Select(w, 3);
+        // Letter case does not count; the current row, hidden, gives way to the first shown.
+        QTest::keyClicks(W::Filter(w), "T");
+        QCOMPARE(Shown(w), (QStringList{"Tablet", "Watch"}));
+        QCOMPARE(W::ProfileList(w)->currentRow(), 3);
+        QTest::keyClicks(W::Filter(w), "AB");
+        QCOMPARE(Shown(w), QStringList{"Tablet"});
+        QCOMPARE(W::ProfileList(w)->currentRow(), 2);
+        QCOMPARE(W::Controls(w), W::Profiles(w)[2]);
+        // Down goes into the list; Escape in the field shows every row again.
+        QTest::keyClick(W::Filter(w), Qt::Key_Down);
+        QCOMPARE(QApplication::focusWidget(), W::ProfileList(w));
+        W::Filter(w)->setFocus();
+        QTest::keyClick(W::Filter(w), Qt::Key_Escape);
+        QCOMPARE(Shown(w).size(), 4);
+        QCOMPARE(W::ProfileList(w)->currentRow(), 2);
+        // Any text is literal.
+        for (const QString& text : {QString(".*"), QString("("), QString(1000, u'a')}) {
+            W::Filter(w)->setText(text);
+            QCOMPARE(Shown(w), QStringList());
+        }
+        W::Filter(w)->clear();
+        QCOMPARE(ReadBytes(UserConfigPath()), EditingConfig());
+    }
+
+    void undoRedo_data()
+    {
+        QTest::addColumn<QString>("edit");
+        QTest::addColumn<QStringList>("answers");
+        QTest::addColumn<QString>("undoText");
+        QTest::addColumn<int>("row"); // selected after the undo
+        QTest::newRow("add profile")
+            << "add profile" << QStringList{"New|OK"} << "Undo Add Profile" << 0;
+        QTest::newRow("update profile")
+            << "update profile" << QStringList() << "Undo Update Profile" << 2;
+        QTest::newRow("remove profile")
+            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2;
+        QTest::newRow("add resolution")
+            << "add resolution" << QStringList{"Tiny,10,10|OK"} << "Undo Add Resolution" << 0;
+        QTest::newRow("remove resolution used twice")
+            << "remove resolution used twice" << QStringList{"Yes"} << "Undo Remove Resolution"
+            << 0;
+        QTest::newRow("duplicate") << "duplicate" << QStringList() << "Undo Duplicate Profile" << 1;
+        QTest::newRow("rename") << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3;
+        QTest::newRow("move") << "move" << QStringList() << "Undo Move Profile" << 3;
+    }
+
+    // Each edit undone to the identical model, without asking again, and redone to the same.
+    void undoRedo()
+    {
+        QFETCH(QString, edit);
+        QFETCH(QStringList, answers);
+        QFETCH(QString, undoText);
+        QFETCH(int, row);
+        MainWindow w;
+        const QList<Profile> profiles = W::Profiles(w);
+        const QList<ConfigSection> sections = W::Sections(w);
+        {
+            ModalAnswerer answerer(answers);
+            Edit(w, edit);
+            QCOMPARE(answerer.seen.size(), answers.size());
+        }
+        const QList<Profile> edited = W::Profiles(w);
+        const QList<ConfigSection> editedSections = W::Sections(w);
+        QVERIFY(edited != profiles || editedSections != sections);
+        QCOMPARE(W::Undo(w)->text(), undoText);
+
+        ModalAnswerer none;
+        W::Undo(w)->trigger();
+        QCOMPARE(W::Profiles(w), profiles);
+        for (const OptionKind kind : AllOptionKinds)
+            QCOMPARE(W::Sections(w)[SectionIndex(kind)].entries,
+                     sections[SectionIndex(kind)].entries);
+        QVERIFY(W::InStep(w));
+        QCOMPARE(W::ProfileList(w)->currentRow(), row);
+        QCOMPARE(W::Controls(w), W::Profiles(w)[row]);
+
+        W::Redo(w)->trigger();
+        QCOMPARE(W::Profiles(w), edited);
+        QVERIFY(W::InStep(w));
+        QCOMPARE(none.seen, QStringList());
+    }
+
+    // Undone after someone else's change was merged in, only the window's own edit goes; all
+    // undone, the saved file is the file as loaded.
+    void undoKeepsOthersChangesAndRestoresTheFile()
+    {
+        ConfigModel model{Config::NewSections(), {}};
+        QList<ConfigSection> read = Config::NewSections();
+        Config::ReadText(QString::fromUtf8(EditingConfig()), read);
+        model.sections = read;
+        model.profiles = Config::ProfilesFromSection(read);
+        QVERIFY(Config::WriteFile(UserConfigPath(), model));
+        const QByteArray loaded = ReadBytes(UserConfigPath());
+        {
+            MainWindow w;
+            ModalAnswerer answerer({"OK"});
+            Edit(w, "duplicate");
+            Edit(w, "remove profile");
+            W::Undo(w)->trigger();
+            W::Undo(w)->trigger();
+            QCOMPARE(ReadBytes(UserConfigPath()), loaded);
+        }
+        QCOMPARE(ReadBytes(UserConfigPath()), loaded);
+
+        MainWindow w;
+        Edit(w, "duplicate");
+        model.profiles.append({"Theirs", " -t", {0, 0, 0}});
+        QVERIFY(Config::WriteFile(UserConfigPath(), model));
+        QTRY_COMPARE_WITH_TIMEOUT(W::Profiles(w).last().name, QString("Theirs"), 3000);
+        W::Undo(w)->trigger();
+        QCOMPARE(W::Profiles(w), model.profiles);
+    }
+
+    // The typed arguments follow the profile's own, split as they are; nothing is stored.
+    void launchWithArguments()
+    {
+        const QString record = UsePrivateDataLocation() + "/oneoff.jsonl";
+        qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(record));
+        qputenv("NIMBRA_STANDIN_QUIT", "1");
+        MainWindow w;
+        W::Select(w, 2); // Tablet: " -t"
+        ModalAnswerer answerer({"-x \"a b\"|OK"});
+        W::ListAction(w, "Launch with Arguments\u2026")->trigger();
+        QTRY_COMPARE_WITH_TIMEOUT(Recorded(record).size(), 1, 15000);
+        QCOMPARE(Recorded(record)[0].mid(Recorded(record)[0].indexOf("-t")),
+                 (QStringList{"-t", "-x", "a b"}));
+        QCOMPARE(answerer.seen,
+                 QStringList{"Launch with Arguments|Arguments for this launch only:|"});
+        QCOMPARE(W::Profiles(w)[2].arguments, " -t");
+        qunsetenv("NIMBRA_STANDIN_RECORD");
+    }
+
+    void applicationsMenu()
+    {
+        MainWindow w;
+        const QString folder = DesktopEntry::ApplicationsFolder();
+        const auto entry = [&](const QString& name) {
+            return folder + u'/' + DesktopEntry::FileName(name);
+        };
+        W::Select(w, 1);
+        W::ListAction(w, "Add to Applications Menu")->trigger();
+        QVERIFY(ReadBytes(entry("Phone")).contains("Name=Phone\n"));
+        // Renamed with its profile, asked before a hand-edited one is replaced.
+        QVERIFY(WriteText(entry("Cell"), "[Desktop Entry]\nName=Mine\n"));
+        {
+            ModalAnswerer answerer({"Cell|OK", "No"});
+            W::ListAction(w, "Rename\u2026")->trigger();
+            QCOMPARE(answerer.seen.size(), 2);
+        }
+        QCOMPARE(ReadBytes(entry("Cell")), "[Desktop Entry]\nName=Mine\n");
+        QVERIFY(QFileInfo::exists(entry("Phone")));
+        W::ListAction(w, "Remove from Applications Menu")->trigger();
+        QVERIFY(!QFileInfo::exists(entry("Cell")));
+        // A folder that can't be written: the system's reason, nothing changed.
+        QVERIFY(QDir(folder).removeRecursively() && WriteText(folder, "not a folder\n"));
+        ModalAnswerer answerer({"OK"});
+        W::ListAction(w, "Add to Applications Menu")->trigger();
+        QCOMPARE(answerer.seen.size(), 1);
+        QVERIFY2(
+            answerer.seen[0].contains("could not be added to the applications menu.\n\nReason: "),
+            qPrintable(answerer.seen[0]));
+        QVERIFY(QFile::remove(folder));
+    }
+};
+
+QTEST_MAIN(AllDayTest)
+#include "tst_allday.moc"
