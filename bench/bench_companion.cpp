@@ -47,6 +47,7 @@ struct Program
     bool awaitWindow;
     QList<QByteArray> environment;
     std::vector<double> ms;
+    std::vector<double> quitMs;
 };
 
 } // namespace
@@ -82,24 +83,28 @@ int main(int argc, char** argv)
          QStringList{"--list", "--file", large},
          false,
          environment,
+         {},
          {}},
         {"cat of the same file",
          QStringLiteral("/bin/cat"),
          QStringList{large},
          false,
          environment,
+         {},
          {}},
         {"window's cold start to its window, the same file as the user's",
          QStringLiteral(LAUNCHER_STARTUP),
          QStringList(),
          true,
          largeHome.environment() + offscreen,
+         {},
          {}},
         {"window's cold start to its window, the shipped profiles",
          QStringLiteral(LAUNCHER_STARTUP),
          QStringList(),
          true,
          environment,
+         {},
          {}},
     };
     constexpr int count = std::size(programs);
@@ -114,25 +119,34 @@ int main(int argc, char** argv)
                              run.status);
                 return 1;
             }
-            if (round >= warmUpRounds)
+            if (round >= warmUpRounds) {
                 program.ms.push_back(program.awaitWindow ? run.readyMs : run.exitMs);
+                // The window quits once shown: what follows is the save and the teardown.
+                program.quitMs.push_back(run.exitMs - run.readyMs);
+            }
         }
     }
 
     std::printf("### Command line: --list on %d profiles (%.1f MB; median of %d rounds, the "
                 "programs in rotating order)\n\n",
                 ProfileCount, QFile(large).size() / 1e6, rounds);
-    PrintHeader({"Program", "Start to exit (window: to shown)", "Fastest"}, QStringLiteral("lrr"));
+    PrintHeader({"Program", "Start to exit (window: to shown)", "Fastest", "Window: quit"},
+                QStringLiteral("lrrr"));
     for (const Program& program : programs) {
         PrintRow({QLatin1String(program.label), Ms(Median(program.ms)),
-                  Ms(*std::min_element(program.ms.begin(), program.ms.end()))});
+                  Ms(*std::min_element(program.ms.begin(), program.ms.end())),
+                  program.awaitWindow ? Ms(Median(program.quitMs)) : QStringLiteral("")});
     }
     std::printf("\n");
     PrintGoalHeader(QStringLiteral("Goal"));
     PrintGoalRow(QStringLiteral("--list against 20 ms"), programs[0].ms,
                  std::vector<double>(programs[0].ms.size(), 20.0), 1.0);
-    PrintGoalRow(QStringLiteral("--list against the window's cold start on the same file"),
-                 programs[0].ms, programs[2].ms, 0.10);
+    PrintGoalRow(QStringLiteral("the window's cold start on the same file against the shipped "
+                                "profiles"),
+                 programs[2].ms, programs[3].ms, 1.5);
+    PrintGoalRow(QStringLiteral("quitting (the save) with the same file against the shipped "
+                                "profiles"),
+                 programs[2].quitMs, programs[3].quitMs, 1.5);
     std::printf("\n");
     return 0;
 }

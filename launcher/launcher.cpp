@@ -67,19 +67,29 @@ int ProfileQListWidget::NamesWidth() const
         m_namesWidth = sizeHintForColumn(0);
         return m_namesWidth;
     }
-    // Each letter's advance once; a name's sum leaves out only kerning.
+    // Each letter's advance once, Latin-1 in a table; a name's sum leaves out only kerning.
     const QFontMetricsF metrics(font());
-    QHash<char16_t, qreal> advances;
+    std::array<qreal, 256> latin1;
+    latin1.fill(-1);
+    QHash<char16_t, qreal> others;
+    const auto advance = [&](QChar c) {
+        if (c.unicode() < latin1.size()) {
+            qreal& known = latin1[c.unicode()];
+            if (known < 0)
+                known = metrics.horizontalAdvance(c);
+            return known;
+        }
+        auto it = others.constFind(c.unicode());
+        if (it == others.cend())
+            it = others.insert(c.unicode(), metrics.horizontalAdvance(c));
+        return *it;
+    };
     QList<std::pair<qreal, int>> estimates;
     estimates.reserve(count());
     for (int row = 0; row < count(); ++row) {
         qreal width = 0;
-        for (const QChar c : item(row)->text()) {
-            auto it = advances.constFind(c.unicode());
-            if (it == advances.cend())
-                it = advances.insert(c.unicode(), metrics.horizontalAdvance(c));
-            width += *it;
-        }
+        for (const QChar c : item(row)->text())
+            width += advance(c);
         estimates.append({width, row});
     }
     const int candidates = std::min<int>(kWidestCandidates, estimates.size());
@@ -372,6 +382,7 @@ void MainWindow::ShowModel(ConfigModel model, int selectRow)
     }
     m_removeResolutionButton->setEnabled(ComboBox(OptionKind::Resolution)->currentIndex() > 0);
     m_removePixelDensityButton->setEnabled(ComboBox(OptionKind::PixelDensity)->currentIndex() > 0);
+    RefreshRunningRows();
     // A profile that went shows the first one instead.
     if (shownRow < 0) {
         OnProfileChanged(std::max(wanted, 0));

@@ -6,6 +6,7 @@
 
 #include <QListWidget>
 #include <QMainWindow>
+#include <QSet>
 
 class QAction;
 class QBoxLayout;
@@ -193,7 +194,9 @@ private:
     void WatchRunningOnceShown();
     void StartWatchingRunning();
     void BuildRunningActions();
+    // Rows move and change names with every edit: their running state follows.
     void RefreshRunningRows();
+    void RefreshStopAction();
     void RefreshLogAction();
     bool ConfirmLaunchWhileRunning(const QString& profile);
     bool StartRecorded(const LaunchCommand& launch, const QString& profile);
@@ -202,6 +205,7 @@ private:
     void ReportFailedStart(const RunningEmulator& report);
 
     RunningWatcher* m_running = nullptr;
+    QSet<int> m_runningRows;
     QAction* m_stopAction = nullptr;
     QAction* m_showLogAction = nullptr;
 };

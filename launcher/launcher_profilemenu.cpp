@@ -117,8 +117,7 @@ void MainWindow::RefreshProfileActions()
         action->setEnabled(any);
     m_moveUpAction->setEnabled(MoveTarget(m_profiles, row, -1) >= 0);
     m_moveDownAction->setEnabled(MoveTarget(m_profiles, row, 1) >= 0);
-    // Rows move and change names: their running state follows.
-    RefreshRunningRows();
+    RefreshStopAction();
 }
 
 void MainWindow::ShowProfileMenu(const QPoint& pos)

@@ -33,6 +33,7 @@ bool RunsElsewhere(qint64 pid)
 void MainWindow::ModelChanged()
 {
     m_editedSinceSave = true;
+    RefreshRunningRows();
     if (!m_recoveryTimer) {
         m_recoveryTimer = new QTimer(this);
         m_recoveryTimer->setSingleShot(true);

@@ -11,6 +11,7 @@
 
 #include <QAccessible>
 #include <QAction>
+#include <QSet>
 #include <QDateTime>
 #include <QDesktopServices>
 #include <QMessageBox>
@@ -128,9 +129,22 @@ void MainWindow::RefreshRunningRows()
 {
     const QList<RunningEmulator> none;
     const QList<RunningEmulator>& running = m_running ? m_running->Running() : none;
-    const int rows = std::min<int>(m_profileList->count(), m_profiles.size());
-    for (int row = 0; row < rows; ++row) {
+    // Only rows whose state may change are looked at: those marked and those of running
+    // profiles. A list of thousands is not walked for every change of the controls.
+    QSet<int> rows = m_runningRows;
+    for (const RunningEmulator& emulator : running) {
+        for (int row = 0; row < m_profiles.size(); ++row) {
+            if (m_profiles[row].name == emulator.profile)
+                rows.insert(row);
+        }
+    }
+    m_runningRows.clear();
+    for (const int row : std::as_const(rows)) {
+        if (row >= m_profileList->count() || row >= m_profiles.size())
+            continue;
         const QList<RunningEmulator> ofRow = Running::OfProfile(running, m_profiles[row].name);
+        if (!ofRow.isEmpty())
+            m_runningRows.insert(row);
         QListWidgetItem* item = m_profileList->item(row);
         const QString description = ofRow.isEmpty() ? QString() : QStringLiteral("Running");
         const QString toolTip = RunningToolTip(ofRow);
@@ -149,9 +163,15 @@ void MainWindow::RefreshRunningRows()
             }
         }
     }
+    RefreshStopAction();
+}
+
+void MainWindow::RefreshStopAction()
+{
     const int row = m_profileList->currentRow();
-    m_stopAction->setEnabled(row >= 0 && row < rows &&
-                             !Running::OfProfile(running, m_profiles[row].name).isEmpty());
+    m_stopAction->setEnabled(m_running && row >= 0 && row < m_profiles.size() &&
+                             !Running::OfProfile(m_running->Running(), m_profiles[row].name)
+                                  .isEmpty());
 }
 
 void MainWindow::RefreshLogAction()

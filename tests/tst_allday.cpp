@@ -110,6 +110,19 @@ private slots:
         QCOMPARE(ReadBytes(UserConfigPath()), EditingConfig());
     }
 
+    // Beyond a thousand names the list measures only the widest-looking ones, and still asks
+    // for the widest name's width.
+    void manyNamesKeepTheListsWidth()
+    {
+        MainWindow w;
+        ProfileQListWidget* list = W::ProfileList(w);
+        const int allowance = list->sizeHint().width() - list->sizeHintForColumn(0);
+        for (int i = 0; i < 1500; ++i)
+            list->addItem(QStringLiteral("Profile %1 %2").arg(i).arg(QString(i % 37, u'i')));
+        list->addItem(QStringLiteral("WWW wide one"));
+        QCOMPARE(list->sizeHint().width(), list->sizeHintForColumn(0) + allowance);
+    }
+
     void undoRedo_data()
     {
         QTest::addColumn<QString>("edit");
