@@ -9,7 +9,9 @@ namespace {
 
 void Write(std::FILE* stream, QByteArrayView bytes)
 {
-    std::fwrite(bytes.data(), 1, size_t(bytes.size()), stream);
+    // An empty view may hold no pointer at all, which fwrite must not be given.
+    if (!bytes.isEmpty())
+        std::fwrite(bytes.data(), 1, size_t(bytes.size()), stream);
 }
 
 // The file lookups trace every path at debug level; output here must be the result alone.

@@ -51,6 +51,12 @@ ProfileQListWidget::ProfileQListWidget()
     connect(model(), &QAbstractItemModel::modelReset, this, changed);
 }
 
+// The list's own destruction empties its model, which must no longer reach this part of it.
+ProfileQListWidget::~ProfileQListWidget()
+{
+    disconnect(model(), nullptr, this, nullptr);
+}
+
 QSize ProfileQListWidget::sizeHint() const
 {
     const QStyleOptionSlider option;

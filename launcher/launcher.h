@@ -30,7 +30,7 @@ class ProfileQListWidget : public QListWidget
 
 public:
     ProfileQListWidget();
-    ~ProfileQListWidget() override = default;
+    ~ProfileQListWidget() override;
 
     QSize sizeHint() const override;
 
