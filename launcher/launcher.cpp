@@ -28,6 +28,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <future>
 #include <optional>
 
 namespace {
@@ -36,7 +37,7 @@ namespace {
 // that look widest by their letters' advances are measured, which costs far less than laying
 // out thousands.
 constexpr int kMeasuredNames = 1000;
-constexpr int kWidestCandidates = 200;
+constexpr int kWidestCandidates = 64;
 
 } // namespace
 
@@ -115,8 +116,13 @@ int ProfileQListWidget::NamesWidth() const
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Nimbra Mobile Emulator"));
-    LoadStartupConfig();
+    // The file is read while the controls are made: with thousands of profiles each takes a
+    // while, and they need each other only to fill the lists.
+    std::future<UserFile::Loaded> loading = StartLoading();
+    m_sections = Config::NewSections();
     BuildControls();
+    LoadStartupConfig(loading.get());
+    FillControls();
 
     OnProfileChanged(0);
     // The Remove buttons start disabled even when the first profile selects a later entry.
@@ -165,13 +171,6 @@ void MainWindow::BuildControls()
 
     m_profileList = new ProfileQListWidget;
     m_profileList->setAccessibleName(QStringLiteral("Profiles"));
-    QStringList names;
-    for (const Profile& profile : m_profiles)
-        names.append(profile.name);
-    m_profileList->addItems(names);
-    m_profileList->setCurrentRow(0);
-    // Connected only now, so that the first selection runs no slot.
-    connect(m_profileList, &QListWidget::currentRowChanged, this, &MainWindow::OnProfileChanged);
     profileGrid->addWidget(m_profileList, 0, 0, 1, -1);
 
     m_addUpdateButton = new QPushButton(QStringLiteral("Add"));
@@ -231,31 +230,24 @@ QLayout* MainWindow::BuildOptionRow(OptionKind kind)
     auto* grid = new QGridLayout;
     auto* comboBox = new QComboBox;
     section.comboBox = comboBox;
-    QStringList keys;
-    for (const OptionEntry& entry : section.entries)
-        keys.append(entry.key);
-    comboBox->insertItems(0, keys);
     grid->addWidget(comboBox, 0, 0, 1, -1);
 
     QPushButton* add = nullptr;
     QPushButton* remove = nullptr;
     switch (kind) {
     case OptionKind::Resolution:
-        connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnResolution);
         add = new QPushButton(QStringLiteral("Add"));
         connect(add, &QPushButton::clicked, this, &MainWindow::OnAddResolution);
         remove = m_removeResolutionButton = new QPushButton(QStringLiteral("Remove"));
         connect(remove, &QPushButton::clicked, this, &MainWindow::OnRemoveResolution);
         break;
     case OptionKind::PixelDensity:
-        connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnPixelDensity);
         add = new QPushButton(QStringLiteral("Add"));
         connect(add, &QPushButton::clicked, this, &MainWindow::OnAddPixelDensity);
         remove = m_removePixelDensityButton = new QPushButton(QStringLiteral("Remove"));
         connect(remove, &QPushButton::clicked, this, &MainWindow::OnRemovePixelDensity);
         break;
     case OptionKind::Input:
-        connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnInput);
         break;
     }
     if (add) {
@@ -265,8 +257,40 @@ QLayout* MainWindow::BuildOptionRow(OptionKind kind)
         grid->addWidget(add, 1, 0);
         grid->addWidget(remove, 1, 1);
     }
-    comboBox->setCurrentIndex(0);
     return grid;
+}
+
+void MainWindow::FillControls()
+{
+    QStringList names;
+    names.reserve(m_profiles.size());
+    for (const Profile& profile : std::as_const(m_profiles))
+        names.append(profile.name);
+    m_profileList->addItems(names);
+    m_profileList->setCurrentRow(0);
+    // Connected only now, so that the first selection runs no slot.
+    connect(m_profileList, &QListWidget::currentRowChanged, this, &MainWindow::OnProfileChanged);
+
+    for (const OptionKind kind : AllOptionKinds) {
+        QComboBox* comboBox = ComboBox(kind);
+        QStringList keys;
+        for (const OptionEntry& entry : m_model.Options(kind))
+            keys.append(entry.key);
+        comboBox->insertItems(0, keys);
+        comboBox->setCurrentIndex(0);
+        // Also only now: filling the box chose its first entry.
+        switch (kind) {
+        case OptionKind::Resolution:
+            connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnResolution);
+            break;
+        case OptionKind::PixelDensity:
+            connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnPixelDensity);
+            break;
+        case OptionKind::Input:
+            connect(comboBox, &QComboBox::currentIndexChanged, this, &MainWindow::OnInput);
+            break;
+        }
+    }
 }
 
 QComboBox* MainWindow::ComboBox(OptionKind kind) const
@@ -294,7 +318,9 @@ void MainWindow::RefreshAddUpdateButton()
 {
     const int row = m_profileList->currentRow();
     m_addUpdateButton->setText(row == 0 ? QStringLiteral("Add") : QStringLiteral("Update"));
-    m_addUpdateButton->setEnabled(GetControlsValueText() != GetProfileValue(m_profiles[row]));
+    // Read without a copy: the list is shared with the baseline until something changes it.
+    m_addUpdateButton->setEnabled(GetControlsValueText() !=
+                                  GetProfileValue(std::as_const(m_profiles)[row]));
     // Every change of the controls and of the row ends here; so do these.
     RefreshCommandPreview();
     RefreshProfileActions();
@@ -306,8 +332,8 @@ void MainWindow::OnProfileChanged(int index)
         return;
     // Each change runs that control's slot at once; they all end in a refresh.
     for (const OptionKind kind : AllOptionKinds)
-        ComboBox(kind)->setCurrentIndex(ChosenIndex(m_profiles[index], kind));
-    m_argumentsEdit->setText(m_profiles[index].arguments);
+        ComboBox(kind)->setCurrentIndex(ChosenIndex(std::as_const(m_profiles)[index], kind));
+    m_argumentsEdit->setText(std::as_const(m_profiles)[index].arguments);
     m_removeProfileButton->setEnabled(index != 0);
     RefreshAddUpdateButton();
 }

@@ -8,6 +8,8 @@
 #include <QMainWindow>
 #include <QSet>
 
+#include <future>
+
 class QAction;
 class QBoxLayout;
 class QUndoStack;
@@ -82,7 +84,9 @@ private:
     // Tests drive the window through its members, as its own slots do.
     friend class WindowFixture;
 
-    void LoadStartupConfig();
+    std::future<UserFile::Loaded> StartLoading();
+    void LoadStartupConfig(UserFile::Loaded loaded);
+    void FillControls();
     // Shows what loading met; true when it gave a model, which then replaces this one.
     bool AdoptLoaded(UserFile::Loaded loaded);
     void BuildControls();

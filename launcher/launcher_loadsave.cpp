@@ -15,13 +15,19 @@ const QString WarningTitle = QStringLiteral("Nimbra Mobile Emulator Launcher War
 
 } // namespace
 
-void MainWindow::LoadStartupConfig()
+std::future<UserFile::Loaded> MainWindow::StartLoading()
 {
     UserFile::LoadRequest request;
     request.userPath = GetFileName(UserConfigFile);
     request.defaultsPath = [] { return GetFileName(DefaultConfigFile); };
+    // Setting aside touches no member: it is safe on the loading thread.
     request.setAside = [this](qint32 version) { return RenameOutdatedConfig(version); };
-    if (AdoptLoaded(UserFile::Load(request)))
+    return std::async(std::launch::async, [request] { return UserFile::Load(request); });
+}
+
+void MainWindow::LoadStartupConfig(UserFile::Loaded loaded)
+{
+    if (AdoptLoaded(std::move(loaded)))
         return;
 
     QMessageBox box;
@@ -30,7 +36,7 @@ void MainWindow::LoadStartupConfig()
     box.setInformativeText(QStringLiteral("Unable to read configuration file."));
     box.setIcon(QMessageBox::Critical);
     box.exec();
-    // Nothing was built that needs tearing down, and the destructor must not save.
+    // The window was never shown, and the destructor must not save.
     std::exit(1);
 }
 
@@ -66,6 +72,11 @@ bool MainWindow::AdoptLoaded(UserFile::Loaded loaded)
         QMessageBox::warning(this, WarningTitle, QStringLiteral("Config file is out of date"));
     if (!loaded.Ok())
         return false;
+    // The controls that show the lists stay with them.
+    for (const OptionKind kind : AllOptionKinds) {
+        if (SectionIndex(kind) < m_sections.size())
+            loaded.model.sections[SectionIndex(kind)].comboBox = ComboBox(kind);
+    }
     m_model = std::move(loaded.model);
     m_baseline = loaded.baseline;
     return true;

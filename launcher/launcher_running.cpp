@@ -11,11 +11,11 @@
 
 #include <QAccessible>
 #include <QAction>
-#include <QSet>
 #include <QDateTime>
 #include <QDesktopServices>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSet>
 #include <QStyle>
 #include <QTimer>
 #include <QUrl>
@@ -169,9 +169,9 @@ void MainWindow::RefreshRunningRows()
 void MainWindow::RefreshStopAction()
 {
     const int row = m_profileList->currentRow();
-    m_stopAction->setEnabled(m_running && row >= 0 && row < m_profiles.size() &&
-                             !Running::OfProfile(m_running->Running(), m_profiles[row].name)
-                                  .isEmpty());
+    m_stopAction->setEnabled(
+        m_running && row >= 0 && row < m_profiles.size() &&
+        !Running::OfProfile(m_running->Running(), m_profiles[row].name).isEmpty());
 }
 
 void MainWindow::RefreshLogAction()

@@ -107,6 +107,22 @@ QString SectionDisplayName(const QString& sectionName, bool lowerCase)
 
 bool ParseLong(QStringView text, qint64* value)
 {
+    // The usual case, a few plain digits, by hand: Qt's conversion copies the text first, and
+    // every stored profile has three numbers. Anything else takes Qt's rules.
+    const bool negative = text.startsWith(u'-');
+    const QStringView digits = text.mid(negative ? 1 : 0);
+    if (!digits.isEmpty() && digits.size() <= 18) {
+        qint64 number = 0;
+        bool plain = true;
+        for (const QChar c : digits) {
+            plain = plain && c >= u'0' && c <= u'9';
+            number = number * 10 + (c.unicode() - u'0');
+        }
+        if (plain) {
+            *value = negative ? -number : number;
+            return true;
+        }
+    }
     bool ok = false;
     *value = text.toLongLong(&ok, 10);
     return ok;
