@@ -96,8 +96,8 @@ int main(int argc, char** argv)
             return UserFile::ReadModel(file, model) == UserFile::ReadResult::Loaded;
         },
         &ok);
-    const double mergeMs = MedianMs(
-        [&] { return !MergeThreeWay(base, ours, theirs).profiles.isEmpty(); }, &ok);
+    const double mergeMs =
+        MedianMs([&] { return !MergeThreeWay(base, ours, theirs).profiles.isEmpty(); }, &ok);
     // After an edit, as the window writes it: the base's text kept from the write before.
     const Recovery::State state{QStringLiteral("/opt/launcher"), 1, base, ours};
     Recovery::Writer writer(dir.filePath("state/recovery.ini"));
@@ -114,8 +114,8 @@ int main(int argc, char** argv)
     std::printf("| Three-way merge, %d changes each side | %.2f | %.2fx |\n", kChanges, mergeMs,
                 mergeMs / loadMs);
     std::printf("| Recovery state written | %.2f | %.2fx |\n", recoveryMs, recoveryMs / loadMs);
-    std::printf("\n- Goal: the merge under 30 ms: %s (%.2f ms)\n",
-                mergeMs < 30 ? "met" : "NOT met", mergeMs);
+    std::printf("\n- Goal: the merge under 30 ms: %s (%.2f ms)\n", mergeMs < 30 ? "met" : "NOT met",
+                mergeMs);
     std::printf("- Goal: the recovery write under 15 ms: %s (%.2f ms)\n",
                 recoveryMs < 15 ? "met" : "NOT met", recoveryMs);
     return 0;

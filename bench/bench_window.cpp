@@ -1,5 +1,6 @@
-// The window with 10,000 profiles against the same window with the shipped three, in process:
-// building it, a keystroke in the filter, and quitting (the save and the teardown).
+// The window with 10,000 profiles against the same window with the shipped ones, in process:
+// building it, a keystroke in the filter, and quitting (the save and the teardown). Starting
+// and quitting as a user sees them, a whole process, are bench_companion's goals.
 // Usage: bench_window [rounds]
 #include "fileformat.h"
 #include "launcher.h"
@@ -113,8 +114,8 @@ int main(int argc, char** argv)
                 many.build, many.build / few.build);
     std::printf("| A keystroke in the filter | %.2f | %.2f | | < 16 ms | %s |\n", few.keystroke,
                 many.keystroke, many.keystroke < 16 ? "met" : "**not met**");
-    std::printf("| Quit: the save and the teardown | %.2f | %.2f | %.2fx | ≤ 1.50x | %s |\n",
-                few.quit, many.quit, many.quit / few.quit,
-                many.quit <= 1.5 * few.quit ? "met" : "**not met**");
+    // The goals for starting and quitting are a process's, in bench_companion.
+    std::printf("| Quit: the save and the teardown | %.2f | %.2f | %.2fx | | |\n", few.quit,
+                many.quit, many.quit / few.quit);
     return 0;
 }

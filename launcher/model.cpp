@@ -138,8 +138,49 @@ QStringList SplitValueTokens(QStringView value)
     return tokens;
 }
 
+// The value as the saver writes it, "[Resolution] 1 [PixelDensity] 2 [Input] 0 -a -b", read
+// straight: each section's name, a blank, plain digits and a blank, then arguments with single
+// blanks between words and nothing the walk would treat apart. False for anything else, which
+// the walk reads; both give the same profile.
+bool ParseSavedValue(QStringView value, const QList<ConfigSection>& sections, Profile& profile)
+{
+    qsizetype pos = 0;
+    qint32 chosen[OptionKindCount];
+    for (const OptionKind kind : AllOptionKinds) {
+        const QString& name = sections[SectionIndex(kind)].name;
+        if (!value.mid(pos).startsWith(name) || value.size() <= pos + name.size() ||
+            value[pos + name.size()] != u' ')
+            return false;
+        pos += name.size() + 1;
+        const qsizetype digits = pos;
+        while (pos < value.size() && value[pos] >= u'0' && value[pos] <= u'9' && pos - digits < 9)
+            ++pos;
+        if (pos == digits || pos == value.size() || value[pos] != u' ')
+            return false;
+        chosen[int(kind)] = value.mid(digits, pos - digits).toInt();
+        ++pos;
+    }
+    const QStringView rest = value.mid(pos);
+    for (qsizetype i = 0; i < rest.size(); ++i) {
+        const QChar c = rest[i];
+        const bool lone = c == u' ' && i > 0 && i + 1 < rest.size() && rest[i + 1] != u' ';
+        if ((IsValueSpace(c) && !lone) || c == u'[')
+            return false;
+    }
+    for (const OptionKind kind : AllOptionKinds)
+        ChosenIndex(profile, kind) = chosen[int(kind)];
+    if (!rest.isEmpty()) {
+        profile.arguments.reserve(rest.size() + 1);
+        profile.arguments += u' ';
+        profile.arguments += rest;
+    }
+    return true;
+}
+
 void ParseProfileValue(QStringView value, const QList<ConfigSection>& sections, Profile& profile)
 {
+    if (profile.arguments.isEmpty() && ParseSavedValue(value, sections, profile))
+        return;
     // Walks views into the value instead of a token list: this runs once per stored profile,
     // and making every token a string was most of the time spent loading a large file.
     qsizetype pos = 0;

@@ -16,6 +16,16 @@ namespace {
 // Bounds the search in a folder full of set-aside files; one more name never takes that long.
 constexpr int kMaxSetAsideNames = 10000;
 
+// The content a merge compares with, without section 0: the profiles stand for it. Kept
+// apart, section 0's texts are the window's own, and the next save rewrites them in place
+// instead of making a new one per profile.
+ConfigModel BaseOf(const ConfigModel& model)
+{
+    ConfigModel base = model;
+    base.sections[Config::ProfileSection].entries.clear();
+    return base;
+}
+
 UserState Unread(const QString& path)
 {
     return QFileInfo::exists(path) ? UserState::Unreadable : UserState::Missing;
@@ -28,7 +38,7 @@ void LoadUserFile(const LoadRequest& request, Loaded& loaded)
     switch (ReadModel(request.userPath, loaded.model, &loaded.userVersion)) {
     case ReadResult::Loaded:
         loaded.user = UserState::Loaded;
-        loaded.baseline.base = loaded.model;
+        loaded.baseline.base = BaseOf(loaded.model);
         return;
     case ReadResult::Unreadable:
         loaded.user = Unread(request.userPath);
@@ -132,7 +142,7 @@ Changes MergeChanges(const QString& path, ConfigModel& model, Baseline& baseline
         return Changes::Unreadable;
     model = MergeThreeWay(baseline.base, model, theirs);
     baseline.stamp = stamp;
-    baseline.base = std::move(theirs);
+    baseline.base = BaseOf(theirs);
     return Changes::Merged;
 }
 
@@ -154,7 +164,7 @@ SaveResult Save(const QString& path, ConfigModel& model, Baseline& baseline, QSt
     if (!Config::WriteFile(path, model, errorString, UserStateFolder()))
         return SaveResult::Failed;
     baseline.stamp = StampOf(path);
-    baseline.base = model;
+    baseline.base = BaseOf(model);
     return SaveResult::Written;
 }
 
