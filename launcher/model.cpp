@@ -113,12 +113,10 @@ bool ParseLong(QStringView text, qint64* value)
     const QStringView digits = text.mid(negative ? 1 : 0);
     if (!digits.isEmpty() && digits.size() <= 18) {
         qint64 number = 0;
-        bool plain = true;
-        for (const QChar c : digits) {
-            plain = plain && c >= u'0' && c <= u'9';
-            number = number * 10 + (c.unicode() - u'0');
-        }
-        if (plain) {
+        qsizetype i = 0;
+        for (; i < digits.size() && digits[i] >= u'0' && digits[i] <= u'9'; ++i)
+            number = number * 10 + (digits[i].unicode() - u'0');
+        if (i == digits.size()) {
             *value = negative ? -number : number;
             return true;
         }
