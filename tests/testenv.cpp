@@ -120,3 +120,19 @@ QByteArray EditingConfig()
            "\"mdpi\"\t\" -ppi 160\"\n\"hdpi\"\t\" -ppi 240\"\n"
            "[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
 }
+
+QByteArray TestConfig()
+{
+    return "$VERSION\t106\n[Profile]\n"
+           "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+           "\"Phone HD\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 0  -gpu on\"\n"
+           "\"Tablet\"\t\"[Resolution] 2 [PixelDensity] 3 [Input] 1 -t\"\n"
+           "\"Watch\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 1 -b\"\n"
+           "[Resolution]\n\"Default\"\t\"\"\n"
+           "\"Small\"\t\" -windowsize 320x480\"\n"
+           "\"Large\"\t\" -windowsize 800x1280\"\n"
+           "\"Huge\"\t\" -windowsize 1536x2048\"\n"
+           "[PixelDensity]\n\"Default\"\t\"\"\n\"ldpi\"\t\" -ppi 120\"\n"
+           "\"mdpi\"\t\" -ppi 160\"\n\"hdpi\"\t\" -ppi 240\"\n"
+           "[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
+}

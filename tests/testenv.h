@@ -41,3 +41,8 @@ QPushButton* ButtonWithText(const QWidget& window, const QString& text);
 // Four profiles (Resolution, Pixel Density, Input, arguments): Base 0 0 0, Phone 1 2 0,
 // Tablet 2 3 1 "-t", Watch 1 2 1 "-b"; four resolutions and densities, two inputs.
 QByteArray EditingConfig();
+
+// Four profiles (Resolution, Pixel Density, Input, arguments): Base 0 0 0, "Phone HD" 1 2 0
+// " -gpu on", Tablet 2 3 1 " -t", Watch 1 2 1 " -b"; four resolutions and densities (the first
+// of each with an empty value), two inputs.
+QByteArray TestConfig();
