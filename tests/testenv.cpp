@@ -22,11 +22,6 @@ QString SourceResource(const QString& name)
     return QStringLiteral(LAUNCHER_RESOURCES_SOURCE "/") + name;
 }
 
-QString StandInEmulator()
-{
-    return QStringLiteral(STANDIN_EMULATOR);
-}
-
 QString UseFixtureAppFolder(bool withShippedFiles)
 {
     static QTemporaryDir dir;
@@ -41,7 +36,7 @@ QString UseFixtureAppFolder(bool withShippedFiles)
         for (const char* name : {"LauncherDefault.ini", "LauncherHelp.html"})
             QFile::copy(SourceResource(QLatin1String(name)),
                         resources + u'/' + QLatin1String(name));
-        QFile::link(StandInEmulator(), emulator + QStringLiteral("/Nimbra Mobile"));
+        QFile::link(QStringLiteral(STANDIN_EMULATOR), emulator + QStringLiteral("/Nimbra Mobile"));
     }
     // Single instance loads its module from the app folder.
     const QString plugins = app + QStringLiteral("/Contents/PlugIns");
@@ -84,18 +79,6 @@ QList<QStringList> Recorded(const QString& recordPath)
     return starts;
 }
 
-QByteArray SizeAndDensitySections()
-{
-    return "[Resolution]\n"
-           "\"Any size\"\t\"\"\n"
-           "\"Small\"\t\" -windowsize 320x480\"\n"
-           "\"Large\"\t\" -windowsize 720x1280\"\n"
-           "[PixelDensity]\n"
-           "\"Any density\"\t\"\"\n"
-           "\"mdpi\"\t\" -ppi 160\"\n"
-           "\"hdpi\"\t\" -ppi 240\"\n";
-}
-
 QPushButton* ButtonWithText(const QWidget& window, const QString& text)
 {
     for (QPushButton* button : window.findChildren<QPushButton*>()) {
@@ -103,22 +86,6 @@ QPushButton* ButtonWithText(const QWidget& window, const QString& text)
             return button;
     }
     return nullptr;
-}
-
-QByteArray EditingConfig()
-{
-    return "$VERSION\t106\n[Profile]\n"
-           "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
-           "\"Phone\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 0 \"\n"
-           "\"Tablet\"\t\"[Resolution] 2 [PixelDensity] 3 [Input] 1 -t\"\n"
-           "\"Watch\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 1 -b\"\n"
-           "[Resolution]\n\"Default\"\t\"\"\n"
-           "\"Small\"\t\" -windowsize 320x480\"\n"
-           "\"Large\"\t\" -windowsize 800x1280\"\n"
-           "\"Huge\"\t\" -windowsize 1536x2048\"\n"
-           "[PixelDensity]\n\"Default\"\t\"\"\n\"ldpi\"\t\" -ppi 120\"\n"
-           "\"mdpi\"\t\" -ppi 160\"\n\"hdpi\"\t\" -ppi 240\"\n"
-           "[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
 }
 
 QByteArray TestConfig()
