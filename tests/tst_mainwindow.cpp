@@ -1,6 +1,5 @@
-// The main window: its controls and how they follow the selected profile, what a screen reader
-// and a keyboard user get from it, and the boxes that loading and saving show. What loading and
-// saving decide is the core's (tst_userfile).
+// The main window: its controls following the selected profile, what a screen reader and a
+// keyboard user get, and the boxes loading and saving show (what they decide is tst_userfile's).
 #include "filelocations.h"
 #include "modalanswerer.h"
 #include "records.h"
@@ -17,9 +16,8 @@
 
 #include <csignal>
 #include <memory>
-#include <tuple>
-
 #include <sys/resource.h>
+#include <tuple>
 #include <unistd.h>
 
 using W = WindowFixture;
@@ -39,8 +37,7 @@ QByteArray WindowConfig()
                  "[Resolution] 99 [PixelDensity] 2 [Input] 1");
 }
 
-// Add/Update's text and whether it, Remove profile, Remove resolution and Remove pixel density
-// are enabled.
+// Add/Update's text; whether it and the three Remove buttons are enabled.
 using Buttons = std::tuple<QString, bool, bool, bool, bool>;
 
 Buttons ButtonsOf(const MainWindow& w)
@@ -63,8 +60,7 @@ QString SpokenName(QAccessibleInterface* iface)
     return iface->text(QAccessible::Name);
 }
 
-// The controls in layout order: the profile group top to bottom and left to right, then the
-// button box in the order the platform puts Help and Launch.
+// The controls in layout order, Help and Launch as the platform puts them.
 QStringList LayoutOrder(const QWidget& window)
 {
     const bool helpFirst = ButtonWithText(window, "&Help")->mapTo(&window, QPoint()).x() <
@@ -104,8 +100,7 @@ private slots:
         QVERIFY(WriteText(UserConfigPath(), WindowConfig()));
     }
 
-    // The height is fixed; the width is the names' width plus a scroll bar allowance that stays
-    // the same whether the bar shows or not.
+    // A fixed height; the names' width plus a scroll bar allowance, shown or not.
     void profileListSizeHint()
     {
         MainWindow w;
@@ -181,7 +176,7 @@ private slots:
     }
 
     // The mnemonics stay shortcuts while the focus is in the line edit; a launch that fails (no
-    // emulator in a bare app folder) says so.
+    // emulator in a bare app folder) says so and changes nothing.
     void keysAndFailedLaunch()
     {
         UseFixtureAppFolder(false);
@@ -198,10 +193,12 @@ private slots:
         QTRY_COMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(GetFileName(HelpFile))});
         QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
         ModalAnswerer answerer({"OK"});
+        const Profile controls = W::Controls(w);
         // A mnemonic animates the click and reports it a moment later.
         QTest::keyClick(&w, Qt::Key_L, Qt::AltModifier);
         QTRY_COMPARE(answerer.seen,
                      QStringList{Title + "|Failed to start Nimbra Mobile Emulator!"});
+        QCOMPARE(W::Controls(w), controls);
     }
 
     void outdatedUserFile_data()
@@ -239,8 +236,7 @@ private slots:
         QCOMPARE(ReadBytes(kept), bytes);
     }
 
-    // What was read from an out-of-date default file is dropped, and every section gets its
-    // "Default" entry.
+    // Nothing is kept of an out-of-date default file but a "Default" entry in every section.
     void outdatedDefaultFile()
     {
         const QString path = m_folder + "/LauncherDefault.ini";
@@ -254,8 +250,7 @@ private slots:
             QCOMPARE(section.entries, (QList<OptionEntry>{{"Default", ""}}));
     }
 
-    // The exit save, failing: discarded first, which leaves the old file; then retried once
-    // the limit is lifted.
+    // A failing exit save: Discard leaves the old file; Retry, with the limit lifted, saves.
     void failedSaveAtExit()
     {
         const QByteArray old = "$VERSION\t106\n[Profile]\n\"Old\"\t\"[Input] 0 \"\n";
@@ -289,7 +284,7 @@ private slots:
     void fileLocations()
     {
         for (const int kind : {DefaultConfigFile, HelpFile, EmulatorFile})
-            QVERIFY2(QFileInfo::exists(GetFileName(kind)), qPrintable(GetFileName(kind)));
+            QVERIFY(QFileInfo::exists(GetFileName(kind)));
         QCOMPARE(GetFileName(UserConfigFile), UserConfigPath());
         QTest::ignoreMessage(QtDebugMsg, "GetFileName( 4 ): result= \"\" ");
         QCOMPARE(GetFileName(4), QString());
