@@ -112,16 +112,15 @@ private slots:
         QTest::newRow("Alt+Up") << 3 << "Alt+Up" << QStringList() << QStringList()
                                 << QStringList{"Base", "Phone HD", "Watch", "Tablet"} << 2 << true;
         // A refused name is offered again to be fixed.
-        QTest::newRow("F2: refused, then cancelled")
-            << 1 << "F2" << QStringList{"Tablet|OK", "OK", "|Cancel"}
+        QTest::newRow("F2: refused three times, then renamed")
+            << 1 << "F2"
+            << QStringList{"Tablet|OK", "OK", "Mobile\nHD|OK", "OK", "|OK", "OK", "Cell|OK"}
             << QStringList{rename + "Phone HD",
-                           refused.arg("Another profile already has this name."), rename + "Tablet"}
-            << same << 1 << true;
-        QTest::newRow("F2: refused twice, then renamed")
-            << 1 << "F2" << QStringList{"Mobile\nHD|OK", "OK", "|OK", "OK", "Cell|OK"}
-            << QStringList{rename + "Phone HD",
+                           refused.arg("Another profile already has this name."),
+                           rename + "Tablet",
                            refused.arg("Launcher.ini can't keep this name as typed."),
-                           rename + "Mobile\nHD", refused.arg("A profile name can't be empty."),
+                           rename + "Mobile\nHD",
+                           refused.arg("A profile name can't be empty."),
                            rename}
             << QStringList{"Base", "Cell=Phone HD", "Tablet", "Watch"} << 1 << true;
     }
