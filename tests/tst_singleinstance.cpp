@@ -125,11 +125,9 @@ private slots:
         const QString helperB = CopyHelper("b");
         QProcess* primaryB = StartPrimary(helperB);
         QVERIFY(primaryB);
-        // An empty text (the launcher's own message) must be framed as well as a real one.
-        for (const QString& text : {QStringLiteral("wake up"), QString()}) {
-            QCOMPARE(ExitCode(helperB, {text}), 0);
-            QVERIFY(WaitForLine(*primaryB, "message:" + text.toUtf8()));
-        }
+        // An empty text, the launcher's own message, is framed as well as the others' "hello".
+        QCOMPARE(ExitCode(helperB, {QString()}), 0);
+        QVERIFY(WaitForLine(*primaryB, "message:\n"));
         QVERIFY(!primaryA->waitForReadyRead(200));
     }
 
