@@ -131,10 +131,11 @@ private slots:
         QTest::addColumn<OptionEntry>("option");
         QTest::addColumn<int>("exactLines"); // only for what the plain lines lose
 
-        const OptionEntry plainOption{"Phone", " -windowsize 320x480"};
-        QTest::newRow("quoted arguments: blanks, empty, percent signs and a tab")
+        // Tabs, backslashes, percent signs and the marker are plain; quotes are not.
+        const OptionEntry plainOption{"Tab\there", "back\\tslash"};
+        QTest::newRow("quoted arguments: blanks, empty, percent signs, a tab, a control character")
             << Profile{"Quoted",
-                       " -d \"/Users/me/Application Support\" -a \"\" -b \"50% \t%22\"",
+                       " -d \"/Users/me/Application Support\" -a \"\" -b \"50% \t%22\x1a\"",
                        {1, 0, 0}}
             << plainOption << 1;
         QTest::newRow("quote in a name and in an option value")
@@ -150,8 +151,9 @@ private slots:
         QFETCH(Profile, profile);
         QFETCH(OptionEntry, option);
         QFETCH(int, exactLines);
-        ConfigModel saved{Config::NewSections(),
-                          {{"Before", " -a -b", {1, 0, 0}}, profile, {"After", "", {0, 0, 0}}}};
+        ConfigModel saved{
+            Config::NewSections(),
+            {{"Before", " -a -b %20 #=entry", {1, 0, 0}}, profile, {"After", "", {0, 0, 0}}}};
         saved.sections[1].entries = {{"Default", ""}, option};
         const QString text = Config::FormatText(saved);
         QCOMPARE(text.count(u"\n#=entry "), exactLines);

@@ -61,13 +61,13 @@ ConfigModel Model(const Entries& resolutions, const Entries& densities, const En
     return model;
 }
 
-// Huge and ldpi have no users; Odd chooses outside two sections.
+// Huge and ldpi have no users; Odd chooses outside two sections, one just past the end.
 const ConfigModel Source =
     Model({AnySize, Small, Large, Huge}, {AnyDensity, Ldpi, Mdpi}, {Touch, Mouse},
           {{"Base", "", {0, 0, 0}},
            {"Phone", " -a", {1, 2, 0}},
            {"Tablet", "", {2, 2, 1}},
-           {"Odd", "", {7, -1, 1}}});
+           {"Odd", "", {4, -1, 1}}});
 
 const ConfigModel Target = Model({AnySize, Small}, {AnyDensity}, {Touch},
                                  {{"Base", "", {0, 0, 0}}, {"Phone", "", {1, 0, 0}}});
@@ -123,8 +123,8 @@ private slots:
         QCOMPARE(phone.arguments,
                  (QStringList{"-windowsize", "320x480", "-ppi", "240", "-input", "mouse",
                               "-profile-name", "Phone HD", "-gpu", "on"}));
-        // An index outside its section gives no value.
-        const LaunchCommand odd = BuildLaunchCommand(Emulator, Sections(), {"p", "", {99, -1, 1}});
+        // An index outside its section, here just past its end, gives no value.
+        const LaunchCommand odd = BuildLaunchCommand(Emulator, Sections(), {"p", "", {4, -1, 1}});
         QCOMPARE(odd.command, program + " -input mouse -profile-name \"p\" ");
         // Unescaped, inner quotes end and reopen the quoted run: one argument, no quotes.
         const LaunchCommand quoted =
