@@ -28,11 +28,6 @@ QString SourceResource(const QString& name)
     return QStringLiteral(LAUNCHER_RESOURCES_SOURCE "/") + name;
 }
 
-QString StandInEmulator()
-{
-    return QStringLiteral(STANDIN_EMULATOR);
-}
-
 QString UseFixtureAppFolder(bool withShippedFiles)
 {
     static QTemporaryDir dir;
@@ -91,18 +86,6 @@ QList<QStringList> Recorded(const QString& recordPath)
     return starts;
 }
 
-QByteArray SizeAndDensitySections()
-{
-    return "[Resolution]\n"
-           "\"Any size\"\t\"\"\n"
-           "\"Small\"\t\" -windowsize 320x480\"\n"
-           "\"Large\"\t\" -windowsize 720x1280\"\n"
-           "[PixelDensity]\n"
-           "\"Any density\"\t\"\"\n"
-           "\"mdpi\"\t\" -ppi 160\"\n"
-           "\"hdpi\"\t\" -ppi 240\"\n";
-}
-
 QPushButton* ButtonWithText(const QWidget& window, const QString& text)
 {
     for (QPushButton* button : window.findChildren<QPushButton*>()) {
@@ -112,11 +95,23 @@ QPushButton* ButtonWithText(const QWidget& window, const QString& text)
     return nullptr;
 }
 
-QByteArray EditingConfig()
+QString StandInEmulator()
+{
+    return QStringLiteral(STANDIN_EMULATOR);
+}
+
+QByteArray SizeAndDensitySections()
+{
+    return "[Resolution]\n\"Any size\"\t\"\"\n\"Small\"\t\" -windowsize 320x480\"\n"
+           "\"Large\"\t\" -windowsize 720x1280\"\n[PixelDensity]\n\"Any density\"\t\"\"\n"
+           "\"mdpi\"\t\" -ppi 160\"\n\"hdpi\"\t\" -ppi 240\"\n";
+}
+
+QByteArray TestConfig()
 {
     return "$VERSION\t106\n[Profile]\n"
            "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
-           "\"Phone\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 0 \"\n"
+           "\"Phone HD\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 0  -gpu on\"\n"
            "\"Tablet\"\t\"[Resolution] 2 [PixelDensity] 3 [Input] 1 -t\"\n"
            "\"Watch\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 1 -b\"\n"
            "[Resolution]\n\"Default\"\t\"\"\n"

@@ -3,6 +3,9 @@
 #include <QString>
 #include <QStringList>
 
+class QPushButton;
+class QWidget;
+
 // Points the per-user data location at a fresh private folder for this test process, so
 // tests never touch the real user's files and parallel tests never share one. Returns it.
 QString UsePrivateDataLocation();
@@ -13,9 +16,12 @@ QString UsePrivateDataLocation();
 // Returns the folder's Contents/MacOS.
 QString UseFixtureAppFolder(bool withShippedFiles = true);
 
-// The shipped resources and the stand-in emulator, as built.
+// A shipped resource as it is in the source tree, and the stand-in emulator as built.
 QString SourceResource(const QString& name);
 QString StandInEmulator();
+
+// Three resolutions and three densities, the first of each with an empty value.
+QByteArray SizeAndDensitySections();
 
 // The user's Launcher.ini inside the private data location.
 QString UserConfigPath();
@@ -28,16 +34,10 @@ QByteArray ReadBytes(const QString& path);
 // argument list per start, argv[0] left out.
 QList<QStringList> Recorded(const QString& recordPath);
 
-class QPushButton;
-class QWidget;
-
-// The option rows the window tests share: three resolutions and three densities, the first
-// of each with an empty value.
-QByteArray SizeAndDensitySections();
-
 // The push button under window showing text, or null.
 QPushButton* ButtonWithText(const QWidget& window, const QString& text);
 
-// Four profiles (Resolution, Pixel Density, Input, arguments): Base 0 0 0, Phone 1 2 0,
-// Tablet 2 3 1 "-t", Watch 1 2 1 "-b"; four resolutions and densities, two inputs.
-QByteArray EditingConfig();
+// Four profiles (Resolution, Pixel Density, Input, arguments): Base 0 0 0, "Phone HD" 1 2 0
+// " -gpu on", Tablet 2 3 1 " -t", Watch 1 2 1 " -b"; four resolutions and densities (the first
+// of each with an empty value), two inputs.
+QByteArray TestConfig();

@@ -79,7 +79,7 @@ private slots:
         UseFixtureAppFolder();
         QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     }
-    void init() { QVERIFY(WriteText(UserConfigPath(), EditingConfig())); }
+    void init() { QVERIFY(WriteText(UserConfigPath(), TestConfig())); }
 
     void filter()
     {
@@ -107,7 +107,7 @@ private slots:
             QCOMPARE(Shown(w), QStringList());
         }
         W::Filter(w)->clear();
-        QCOMPARE(ReadBytes(UserConfigPath()), EditingConfig());
+        QCOMPARE(ReadBytes(UserConfigPath()), TestConfig());
     }
 
     // Beyond a thousand names the list measures only the widest-looking ones, and still asks
@@ -187,7 +187,7 @@ private slots:
     {
         ConfigModel model{Config::NewSections(), {}};
         QList<ConfigSection> read = Config::NewSections();
-        Config::ReadText(QString::fromUtf8(EditingConfig()), read);
+        Config::ReadText(QString::fromUtf8(TestConfig()), read);
         model.sections = read;
         model.profiles = Config::ProfilesFromSection(read);
         QVERIFY(Config::WriteFile(UserConfigPath(), model));
@@ -240,7 +240,7 @@ private slots:
         };
         W::Select(w, 1);
         W::ListAction(w, "Add to Applications Menu")->trigger();
-        QVERIFY(ReadBytes(entry("Phone")).contains("Name=Phone\n"));
+        QVERIFY(ReadBytes(entry("Phone HD")).contains("Name=Phone HD\n"));
         // Renamed with its profile, asked before a hand-edited one is replaced.
         QVERIFY(WriteText(entry("Cell"), "[Desktop Entry]\nName=Mine\n"));
         {
@@ -249,7 +249,7 @@ private slots:
             QCOMPARE(answerer.seen.size(), 2);
         }
         QCOMPARE(ReadBytes(entry("Cell")), "[Desktop Entry]\nName=Mine\n");
-        QVERIFY(QFileInfo::exists(entry("Phone")));
+        QVERIFY(QFileInfo::exists(entry("Phone HD")));
         W::ListAction(w, "Remove from Applications Menu")->trigger();
         QVERIFY(!QFileInfo::exists(entry("Cell")));
         // A folder that can't be written: the system's reason, nothing changed.

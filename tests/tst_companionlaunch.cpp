@@ -1,28 +1,21 @@
 // nimbra-mobile-launch as a process, for what needs one: the emulator it starts (the arguments
-// the stand-in receives), --wait and the exit statuses, and the real launcher's lock keeping an
-// import out. The commands' other rules are tst_companion's.
-#include "fileformat.h"
+// the stand-in receives), --wait and the exit statuses, the real launcher's lock keeping an
+// import out, and the usage it prints against its manual page. The commands' other rules are
+// tst_companion's.
 #include "instancepaths.h"
-#include "launchcommand.h"
-#include "profilerules.h"
 #include "testenv.h"
-#include "userfile.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
 
 namespace {
-
-const QByteArray PhoneConfig =
-    "$VERSION\t106\n[Profile]\n"
-    "\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
-    "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 2 [Input] 0  -gpu on\"\n" +
-    SizeAndDensitySections() + "[Input]\n";
 
 struct Run
 {
@@ -40,14 +33,6 @@ Run Companion(const QStringList& arguments, const QString& program = COMPANION)
         process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
     return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
             process.readAllStandardError()};
-}
-
-// The emulator the companion in the build's app folder starts.
-QString Emulator()
-{
-    return QDir(QFileInfo(COMPANION).canonicalPath() +
-                "/../Resources/Nimbra Mobile.app/Contents/MacOS/Nimbra Mobile")
-        .absolutePath();
 }
 
 } // namespace
@@ -75,17 +60,14 @@ private slots:
         qputenv("XDG_STATE_HOME", QFile::encodeName(Path("state")));
         qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(RecordPath()));
         qputenv("NIMBRA_STANDIN_QUIT", "1");
-        QVERIFY(WriteText(UserConfigPath(), PhoneConfig));
+        QVERIFY(WriteText(UserConfigPath(), TestConfig()));
     }
 
-    // What the window starts for the profile, then the extra arguments, each one argument as
-    // the shell gave it.
+    // The profile's command, then the extra arguments, each one argument as the shell gave it.
     void launchStartsTheProfileCommand()
     {
-        ConfigModel model;
-        QCOMPARE(UserFile::ReadModel(UserConfigPath(), model), UserFile::ReadResult::Loaded);
-        const QStringList phone =
-            BuildLaunchCommand(Emulator(), model.sections, model.profiles[1]).arguments;
+        const QStringList phone = {"-windowsize",   "320x480",  "-ppi", "160",
+                                   "-profile-name", "Phone HD", "-gpu", "on"};
         const Run run = Companion({"Phone HD", "-x", "a b", "\"q\""});
         QCOMPARE(run.status, 0);
         QCOMPARE(run.out + run.err, QByteArray());
@@ -103,8 +85,6 @@ private slots:
         QTest::addColumn<int>("status");
 
         QTest::newRow("--wait: the emulator's status") << QByteArray("exit 7") << true << 7;
-        QTest::newRow("detached: 0 whatever the emulator returns")
-            << QByteArray("exit 7") << false << 0;
         QTest::newRow("--wait: no emulator") << QByteArray() << true << 127;
         QTest::newRow("detached: no emulator") << QByteArray() << false << 127;
     }
@@ -129,7 +109,7 @@ private slots:
         }
 
         const Run run =
-            Companion(wait ? QStringList{"--wait", "Default"} : QStringList{"Default"}, program);
+            Companion(wait ? QStringList{"--wait", "Base"} : QStringList{"Base"}, program);
         QCOMPARE(run.status, status);
         QCOMPARE(run.out, QByteArray());
         if (status == 127)
@@ -138,21 +118,49 @@ private slots:
             QCOMPARE(run.err, QByteArray());
     }
 
-    // The companion finds the launcher beside it by the launcher's own identity.
-    void importRefusedWhileTheLauncherRuns()
+    // An import while the launcher runs reaches its window, and its save at SIGTERM keeps it.
+    void importWhileTheLauncherRunsIsKept()
     {
-        QVERIFY(WriteText(Path("other.ini"), PhoneConfig));
+        QVERIFY(WriteText(Path("team.ini"), "$VERSION\t106\n[Profile]\n\"Imported\"\t\"\"\n"));
         QProcess launcher;
+        const auto end = qScopeGuard([&launcher] {
+            launcher.kill();
+            launcher.waitForFinished();
+        });
+        launcher.setProcessChannelMode(QProcess::MergedChannels);
         launcher.start(LAUNCHER_EXECUTABLE, {});
-        const QString exe = QFileInfo(LAUNCHER_EXECUTABLE).canonicalFilePath();
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(InstancePathsFor(exe).lockPath), 15000);
+        // Its file is read once it traces the lookup.
+        QByteArray output;
+        QTRY_VERIFY_WITH_TIMEOUT((output += launcher.readAll()).contains("GetFileName( 0 )"),
+                                 15000);
 
-        const Run run = Companion({"--import", Path("other.ini")});
-        launcher.kill();
-        launcher.waitForFinished();
-        QCOMPARE(run.status, 1);
-        QCOMPARE(run.err, "Close the launcher first: it rewrites Launcher.ini when it quits.\n");
-        QCOMPARE(ReadBytes(UserConfigPath()), PhoneConfig);
+        const Run run = Companion({"--import", Path("team.ini")});
+        QCOMPARE(run.status, 0);
+        QVERIFY(ReadBytes(UserConfigPath()).contains("\"Imported\""));
+        launcher.terminate();
+        QVERIFY(launcher.waitForFinished(15000));
+        QCOMPARE(launcher.exitCode(), 0);
+        QVERIFY(ReadBytes(UserConfigPath()).contains("\"Imported\""));
+    }
+
+    // The usage and the manual page name the same options.
+    void usageAndManualPageAgree()
+    {
+        const auto options = [](QString text) {
+            text.replace(QStringLiteral("\\-"), QStringLiteral("-"));
+            QStringList found;
+            for (const QRegularExpressionMatch& m :
+                 QRegularExpression(QStringLiteral("(--[a-z]+)")).globalMatch(text))
+                found.append(m.captured(1));
+            found.removeDuplicates();
+            found.sort();
+            return found;
+        };
+        const Run help = Companion({"--help"});
+        QCOMPARE(help.status, 0);
+        const QStringList usage = options(QString::fromUtf8(help.out));
+        QCOMPARE(usage.size(), 12);
+        QCOMPARE(options(QString::fromUtf8(ReadBytes(QStringLiteral(MANUAL_PAGE)))), usage);
     }
 };
 

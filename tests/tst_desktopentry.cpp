@@ -81,7 +81,7 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         const QStringList names = {"Phone HD",       "50% off %f %u",           "$HOME and ${PATH}",
-                                   "`id` $(id)",     "back\\slash \\\\ end",   "it's 'single'",
+                                   "`id` $(id)",     "back\\slash \\\\ end",    "it's 'single'",
                                    "Größe 分辨率 📱", "  blanks at both ends  ", "tab\there",
                                    "#;~<>|&*?()[]=", "\\s\\n literal"};
         for (const QString& name : names)

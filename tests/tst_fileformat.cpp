@@ -11,15 +11,13 @@
 namespace {
 
 using Entries = QList<QList<OptionEntry>>;
-using EntryList = QList<OptionEntry>;
 
 // Reads bytes the way the loader does: from a file, in text mode.
-bool LoadBytes(const QByteArray& bytes, QList<ConfigSection>& sections)
+bool LoadBytes(const QByteArray& bytes, QList<ConfigSection>& sections, qint32* version)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath("Launcher.ini");
-    qint32 version = 0;
-    return WriteText(path, bytes) && Config::ReadFile(path, sections, &version);
+    return WriteText(path, bytes) && Config::ReadFile(path, sections, version);
 }
 
 } // namespace
@@ -31,67 +29,120 @@ class FileFormatTest : public QObject
 private slots:
     void reading_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<Entries>("entries"); // of the four sections
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<Entries>("entries"); // of the four sections, as far as given
+        QTest::addColumn<int>("version");
 
         QTest::newRow("comments and blank lines")
-            << "[Input]\n# \"a\"\t\"b\"\n  # note\n   \n\n\"a\"\t\"b\"\n\n"
-            << Entries{{}, {}, {}, {{"  # note", ""}, {"   ", ""}, {"a", "b"}}};
+            << QByteArray("[Input]\n# \"a\"\t\"b\"\n  # note\n   \n\n\"a\"\t\"b\"\n\n")
+            << Entries{{}, {}, {}, {{"  # note", ""}, {"   ", ""}, {"a", "b"}}} << 0;
         QTest::newRow("entries before first header ignored")
-            << "\"a\"\t\"b\"\nloose\n[Resolution]\n\"c\"\t\"d\""
-            << Entries{{}, {{"c", "d"}}, {}, {}};
+            << QByteArray("\"a\"\t\"b\"\nloose\n[Resolution]\n\"c\"\t\"d\"")
+            << Entries{{}, {{"c", "d"}}} << 0;
         QTest::newRow("unknown header joins current section")
-            << "[Input]\n\"a\"\t\"\"\n[Other]\n\"b\"\t\"v\"\n"
-            << Entries{{}, {}, {}, {{"a", ""}, {"[Other]", ""}, {"b", "v"}}};
+            << QByteArray("[Input]\n\"a\"\t\"\"\n[Other]\n\"b\"\t\"v\"\n")
+            << Entries{{}, {}, {}, {{"a", ""}, {"[Other]", ""}, {"b", "v"}}} << 0;
         QTest::newRow("header keeps its first token, indented one is an entry")
-            << "[Resolution] = rest, ignored\n [Input]\n\"a\"\t\"b\""
-            << Entries{{}, {{" [Input]", ""}, {"a", "b"}}, {}, {}};
+            << QByteArray("[Resolution] = rest, ignored\n [Input]\n\"a\"\t\"b\"")
+            << Entries{{}, {{" [Input]", ""}, {"a", "b"}}} << 0;
         QTest::newRow("repeated header appends, duplicates stay")
-            << "[Input]\n\"a\"\t\"1\"\n[Resolution]\n\"b\"\t\"2\"\n[Input]\n\"a\"\t\"3\""
-            << Entries{{}, {{"b", "2"}}, {}, {{"a", "1"}, {"a", "3"}}};
+            << QByteArray(
+                   "[Input]\n\"a\"\t\"1\"\n[Resolution]\n\"b\"\t\"2\"\n[Input]\n\"a\"\t\"3\"")
+            << Entries{{}, {{"b", "2"}}, {}, {{"a", "1"}, {"a", "3"}}} << 0;
         QTest::newRow("byte-order mark, CRLF and UTF-8")
-            << "\uFEFF[Input]\r\n\"Größe\"\t\"-€\"\r\n\r\n"
-            << Entries{{}, {}, {}, {{"Größe", "-€"}}};
-        QTest::newRow("version lines are never entries")
-            << "[Input]\n$VERSION\t106\n$VERSION\n$VERSION2 106\n"
-            << Entries{{}, {}, {}, {{"$VERSION2 106", ""}}};
+            << QString("\uFEFF[Input]\r\n\"Größe\"\t\"-€\"\r\n\r\n").toUtf8()
+            << Entries{{}, {}, {}, {{"Größe", "-€"}}} << 0;
         // How one line splits into key and value.
         QTest::newRow("blank separates like a tab, nothing is no value, unquoted lines whole")
-            << "[Resolution]\n\"k\" \"v\"\n\"k\"\"v\"\nplain line\n\"k\t"
-            << Entries{{}, {{"k", "v"}, {"k", ""}, {"plain line", ""}, {"k\t", ""}}, {}, {}};
-        QTest::newRow("backslash-t in key only") << "[Resolution]\n\"a\\tb\\t\"\t\"c\\td\""
-                                                 << Entries{{}, {{"a\tb\t", "c\\td"}}, {}, {}};
+            << QByteArray("[Resolution]\n\"k\" \"v\"\n\"k\"\"v\"\nplain line\n\"k\t")
+            << Entries{{}, {{"k", "v"}, {"k", ""}, {"plain line", ""}, {"k\t", ""}}} << 0;
+        QTest::newRow("backslash-t in key only")
+            << QByteArray("[Resolution]\n\"a\\tb\\t\"\t\"c\\td\"")
+            << Entries{{}, {{"a\tb\t", "c\\td"}}} << 0;
         QTest::newRow("value ends at the next quote")
-            << "[Resolution]\n\"k\"\t\"say \"hi\"\"\n\"k\"\t\"v\"\t\"w\" tail"
-            << Entries{{}, {{"k", "say "}, {"k", "v"}}, {}, {}};
+            << QByteArray("[Resolution]\n\"k\"\t\"say \"hi\"\"\n\"k\"\t\"v\"\t\"w\" tail")
+            << Entries{{}, {{"k", "say "}, {"k", "v"}}} << 0;
+
+        // The version: the first number after the token, on the last line that has one.
+        QTest::newRow("version lines are never entries")
+            << QByteArray("[Input]\n$VERSION\t106\n$VERSION\n$VERSION2 105\n")
+            << Entries{{}, {}, {}, {{"$VERSION2 105", ""}}} << 106;
+        QTest::newRow("blank equals blank") << QByteArray("$VERSION = 105") << Entries() << 105;
+        QTest::newRow("comma") << QByteArray("$VERSION,104") << Entries() << 104;
+        QTest::newRow("last line wins")
+            << QByteArray("$VERSION 103\n$VERSION 107") << Entries() << 107;
+        QTest::newRow("non-numbers passed over")
+            << QByteArray("$VERSION x 105") << Entries() << 105;
+        QTest::newRow("64-bit value wraps to 32")
+            << QByteArray("$VERSION 4294967402") << Entries() << 106;
+
+        // The exact line replaces the entry only directly after that entry's own line, and
+        // only when it is exactly what the saver writes.
+        const QByteArray entry = "[Input]\n\"p\"\t\"a \"b\"\"\n";
+        const QByteArray exact = "#=entry p a%20%22b%22\n";
+        const Entries whole{{}, {}, {}, {{"p", "a \"b\""}}};
+        const Entries cut{{}, {}, {}, {{"p", "a "}}};
+        QTest::newRow("exact line after its entry") << entry + exact << whole << 0;
+        QTest::newRow("no entry before it") << "[Input]\n" + exact + entry.mid(8) << cut << 0;
+        QTest::newRow("first line of the section") << "[Input]\n" + exact << Entries() << 0;
+        QTest::newRow("after a header") << entry + "[Input]\n" + exact << cut << 0;
+        QTest::newRow("after a comment") << entry + "# note\n" + exact << cut << 0;
+        QTest::newRow("entry edited by hand")
+            << "[Input]\n\"p\"\t\"a \"c\"\"\n" + exact << cut << 0;
+        QTest::newRow("no blank") << entry + "#=entry p\n" << cut << 0;
+        QTest::newRow("literal quote") << entry + "#=entry p a%20\"b\"\n" << cut << 0;
+        QTest::newRow("escape cut short") << entry + "#=entry p a%20%22b%2\n" << cut << 0;
+        QTest::newRow("escape of a plain character") << entry + "#=entry p a%20%22%62%22\n"
+                                                     << cut << 0;
+        QTest::newRow("marker without its blank") << entry + "#=entryp a%20%22b%22\n" << cut << 0;
+        QTest::newRow("entry after the exact line")
+            << entry + exact + "\"q\"\t\"r\"\n"
+            << Entries{{}, {}, {}, {{"p", "a \"b\""}, {"q", "r"}}} << 0;
     }
 
     void reading()
     {
-        QFETCH(QString, text);
+        QFETCH(QByteArray, text);
         QFETCH(Entries, entries);
+        QFETCH(int, version);
         QList<ConfigSection> sections;
-        QVERIFY(LoadBytes(text.toUtf8(), sections));
-        QCOMPARE(sections.size(), entries.size());
+        qint32 read = -1;
+        QVERIFY(LoadBytes(text, sections, &read));
+        QCOMPARE(read, version);
+        QCOMPARE(sections.size(), 4);
         for (int s = 0; s < sections.size(); ++s)
-            QCOMPARE(sections[s].entries, entries[s]);
+            QCOMPARE(sections[s].entries, entries.value(s));
+    }
+
+    void versions()
+    {
+        // A last line without its line feed counts.
+        QList<ConfigSection> sections = Config::NewSections();
+        QCOMPARE(Config::ReadText(u"$VERSION 103\n$VERSION 105", sections), 105);
+        QVERIFY(!Config::IsAcceptedVersion(102));
+        QVERIFY(Config::IsAcceptedVersion(103));
+        QVERIFY(Config::IsAcceptedVersion(106));
+        QVERIFY(!Config::IsAcceptedVersion(107));
     }
 
     void quotedEntriesSurviveRestart_data()
     {
         QTest::addColumn<Profile>("profile");
         QTest::addColumn<OptionEntry>("option");
+        QTest::addColumn<int>("exactLines"); // only for what the plain lines lose
 
-        const OptionEntry plainOption{"Phone", " -windowsize 320x480"};
-        QTest::newRow("quoted arguments: blanks, empty, percent signs and a tab")
+        // Tabs, backslashes, percent signs and the marker are plain; quotes are not.
+        const OptionEntry plainOption{"Tab\there", "back\\tslash"};
+        QTest::newRow("quoted arguments: blanks, empty, percent signs, a tab, a control character")
             << Profile{"Quoted",
-                       " -d \"/Users/me/Application Support\" -a \"\" -b \"50% \t%22\"",
+                       " -d \"/Users/me/Application Support\" -a \"\" -b \"50% \t%22\x1a\"",
                        {1, 0, 0}}
-            << plainOption;
+            << plainOption << 1;
         QTest::newRow("quote in a name and in an option value")
-            << Profile{"Say \"hi\"", " -y", {1, 0, 0}} << OptionEntry{"Skin", " -skin \"My Skin\""};
-        QTest::newRow("backslash-t in a key")
-            << Profile{"Plain", " -y", {1, 0, 0}} << OptionEntry{"C:\\temp", " -windowsize 1x1"};
+            << Profile{"Say \"hi\"", " -y", {1, 0, 0}} << OptionEntry{"Skin", " -skin \"My Skin\""}
+            << 2;
+        QTest::newRow("backslash-t in a key") << Profile{"Plain", " -y", {1, 0, 0}}
+                                              << OptionEntry{"C:\\temp", " -windowsize 1x1"} << 1;
     }
 
     // Saved and read back (quit and restart), every entry and profile is as it was.
@@ -99,83 +150,17 @@ private slots:
     {
         QFETCH(Profile, profile);
         QFETCH(OptionEntry, option);
-        ConfigModel saved{Config::NewSections(),
-                          {{"Before", " -a -b", {1, 0, 0}}, profile, {"After", "", {0, 0, 0}}}};
+        QFETCH(int, exactLines);
+        ConfigModel saved{
+            Config::NewSections(),
+            {{"Before", " -a -b %20 #=entry", {1, 0, 0}}, profile, {"After", "", {0, 0, 0}}}};
         saved.sections[1].entries = {{"Default", ""}, option};
         const QString text = Config::FormatText(saved);
+        QCOMPARE(text.count(u"\n#=entry "), exactLines);
         QList<ConfigSection> read = Config::NewSections();
         Config::ReadText(text, read);
         QCOMPARE(read, saved.sections);
         QCOMPARE(Config::ProfilesFromSection(read), saved.profiles);
-    }
-
-    // Only entries the plain line loses get an exact line.
-    void plainModelWritesNoExactLine()
-    {
-        ConfigModel model{Config::NewSections(), {{"Args", " -a  -b %20 #=entry", {1, 0, 1}}}};
-        model.sections[1].entries = {{"Tab\there", "back\\tslash"}, {"Größe", " -ppi 160"}};
-        QVERIFY(!Config::FormatText(model).contains(u"\n#="));
-    }
-
-    void oddExactLinesFollowTheLineRules_data()
-    {
-        QTest::addColumn<QString>("body"); // after "[Input]\n"
-        QTest::addColumn<EntryList>("entries");
-
-        const QString entry = "\"p\"\t\"a \"b\"\"\n";
-        const QString exact = "#=entry p a%20%22b%22\n";
-        const EntryList whole{{"p", "a \"b\""}};
-        const EntryList cut{{"p", "a "}};
-        QTest::newRow("exact line after its entry") << entry + exact << whole;
-        QTest::newRow("no entry before it") << exact + entry << cut;
-        QTest::newRow("first line of the section") << exact << EntryList();
-        QTest::newRow("after a header") << entry + "[Input]\n" + exact << cut;
-        QTest::newRow("after a comment") << entry + "# note\n" + exact << cut;
-        QTest::newRow("entry edited by hand") << "\"p\"\t\"a \"c\"\"\n" + exact << cut;
-        QTest::newRow("no blank") << entry + "#=entry p\n" << cut;
-        QTest::newRow("literal quote") << entry + "#=entry p a%20\"b\"\n" << cut;
-        QTest::newRow("escape cut short") << entry + "#=entry p a%20%22b%2\n" << cut;
-        QTest::newRow("escape of a plain character") << entry + "#=entry p a%20%22%62%22\n" << cut;
-        QTest::newRow("marker without its blank") << entry + "#=entryp a%20%22b%22\n" << cut;
-        QTest::newRow("entry after the exact line") << entry + exact + "\"q\"\t\"r\"\n"
-                                                    << whole + EntryList{{"q", "r"}};
-    }
-
-    void oddExactLinesFollowTheLineRules()
-    {
-        QFETCH(QString, body);
-        QFETCH(EntryList, entries);
-        QList<ConfigSection> sections = Config::NewSections();
-        Config::ReadText("$VERSION\t106\n[Input]\n" + body, sections);
-        QCOMPARE(sections[3].entries, entries);
-    }
-
-    void versionLines_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("version");
-        QTest::addColumn<bool>("accepted");
-
-        QTest::newRow("tab 106") << "$VERSION\t106" << 106 << true;
-        QTest::newRow("blank equals blank 105") << "$VERSION = 105" << 105 << true;
-        QTest::newRow("comma 104") << "$VERSION,104" << 104 << true;
-        QTest::newRow("103 is the oldest accepted") << "$VERSION 103" << 103 << true;
-        QTest::newRow("102 is out of date") << "$VERSION 102" << 102 << false;
-        QTest::newRow("alone keeps earlier") << "$VERSION 104\n$VERSION" << 104 << true;
-        QTest::newRow("last line wins") << "$VERSION 103\n$VERSION 107" << 107 << false;
-        QTest::newRow("non-numbers passed over") << "$VERSION x 105" << 105 << true;
-        QTest::newRow("64-bit value wraps to 32") << "$VERSION 4294967402" << 106 << true;
-    }
-
-    void versionLines()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, version);
-        QFETCH(bool, accepted);
-        QList<ConfigSection> sections = Config::NewSections();
-        const qint32 read = Config::ReadText(text, sections);
-        QCOMPARE(read, version);
-        QCOMPARE(Config::IsAcceptedVersion(read), accepted);
     }
 
     void profileValueWalk_data()
@@ -231,7 +216,8 @@ private slots:
     {
         QFETCH(QByteArray, bytes);
         QList<ConfigSection> sections;
-        QVERIFY(LoadBytes(bytes, sections));
+        qint32 version = 0;
+        QVERIFY(LoadBytes(bytes, sections, &version));
         QCOMPARE(Config::ProfilesFromSection(sections).size(), sections[0].entries.size());
     }
 };

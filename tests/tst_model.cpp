@@ -15,12 +15,12 @@ Q_DECLARE_METATYPE(NameFault)
 
 namespace {
 
-// EditingConfig's options, and below its profiles: resolution 1 has two users; later entries
+// TestConfig's options, and below its profiles: resolution 1 has two users; later entries
 // have users too.
 QList<ConfigSection> Sections()
 {
     QList<ConfigSection> sections = Config::NewSections();
-    Config::ReadText(QString::fromUtf8(EditingConfig()), sections);
+    Config::ReadText(QString::fromUtf8(TestConfig()), sections);
     return sections;
 }
 
@@ -61,13 +61,13 @@ ConfigModel Model(const Entries& resolutions, const Entries& densities, const En
     return model;
 }
 
-// Huge and ldpi have no users; Odd chooses outside two sections.
+// Huge and ldpi have no users; Odd chooses outside two sections, one just past the end.
 const ConfigModel Source =
     Model({AnySize, Small, Large, Huge}, {AnyDensity, Ldpi, Mdpi}, {Touch, Mouse},
           {{"Base", "", {0, 0, 0}},
            {"Phone", " -a", {1, 2, 0}},
            {"Tablet", "", {2, 2, 1}},
-           {"Odd", "", {7, -1, 1}}});
+           {"Odd", "", {4, -1, 1}}});
 
 const ConfigModel Target = Model({AnySize, Small}, {AnyDensity}, {Touch},
                                  {{"Base", "", {0, 0, 0}}, {"Phone", "", {1, 0, 0}}});
@@ -82,12 +82,6 @@ class ModelTest : public QObject
     Q_OBJECT
 
 private slots:
-    void findProfileMatchesExactly()
-    {
-        QCOMPARE(FindProfile(Profiles, "Tablet"), 2);
-        QCOMPARE(FindProfile(Profiles, " Base "), -1);
-    }
-
     // Users fall back to entry 0 and keep the removed value's effect in their arguments;
     // later choices move up with the entries.
     void removeOption()
@@ -129,8 +123,8 @@ private slots:
         QCOMPARE(phone.arguments,
                  (QStringList{"-windowsize", "320x480", "-ppi", "240", "-input", "mouse",
                               "-profile-name", "Phone HD", "-gpu", "on"}));
-        // An index outside its section gives no value.
-        const LaunchCommand odd = BuildLaunchCommand(Emulator, Sections(), {"p", "", {99, -1, 1}});
+        // An index outside its section, here just past its end, gives no value.
+        const LaunchCommand odd = BuildLaunchCommand(Emulator, Sections(), {"p", "", {4, -1, 1}});
         QCOMPARE(odd.command, program + " -input mouse -profile-name \"p\" ");
         // Unescaped, inner quotes end and reopen the quoted run: one argument, no quotes.
         const LaunchCommand quoted =
@@ -143,10 +137,15 @@ private slots:
     {
         const QList<Profile> profiles = Named({"Base", "Phone", "Tablet"});
         QCOMPARE(RenameFault(profiles, 1, "Phone"), NameFault::None); // its own name
+        // Names match exactly: case and blanks make another name.
         QCOMPARE(RenameFault(profiles, 1, "base"), NameFault::None);
+        QCOMPARE(RenameFault(profiles, 1, " Base "), NameFault::None);
         QCOMPARE(RenameFault(profiles, 1, "   "), NameFault::None);
         QCOMPARE(RenameFault(profiles, 1, "Base"), NameFault::Taken);
+        QCOMPARE(RenameFault(profiles, 1, ""), NameFault::Empty);
         QCOMPARE(RenameFault(profiles, 1, "Phone \"HD\""), NameFault::Quote);
+        // The file would read it back as two lines.
+        QCOMPARE(RenameFault(profiles, 1, "Phone\nHD"), NameFault::Unreadable);
     }
 
     void duplicate_data()
@@ -177,7 +176,9 @@ private slots:
         QTest::addColumn<int>("delta");
         QTest::addColumn<int>("target"); // -1: refused, nothing moves
         QTest::newRow("two rows at once") << 3 << -2 << 1;
+        QTest::newRow("into the base row") << 1 << -1 << -1;
         QTest::newRow("the base row down") << 0 << 1 << -1;
+        QTest::newRow("past the last row") << 3 << 1 << -1;
         QTest::newRow("row beyond the list") << 4 << -1 << -1;
         QTest::newRow("no row") << -1 << 1 << -1;
     }
@@ -196,6 +197,7 @@ private slots:
         QCOMPARE(MoveProfile(profiles, row, delta), target);
         QCOMPARE(profiles, expected);
     }
+
     void extractProfiles_data()
     {
         QTest::addColumn<QList<int>>("rows");

@@ -1,7 +1,7 @@
 // The window and the user's file when someone else writes it: an atomic replacement, twice,
 // is merged in while the user's selection and typing stay; an import while the window is open
 // shows; a file replaced by garbage is never merged; a save at logout is not repeated at exit.
-#include "companionrun.h"
+#include "commands.h"
 #include "fileformat.h"
 #include "testenv.h"
 #include "userfile.h"
@@ -58,7 +58,7 @@ private slots:
         UseFixtureAppFolder();
         QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     }
-    void init() { QVERIFY(WriteText(UserConfigPath(), EditingConfig())); }
+    void init() { QVERIFY(WriteText(UserConfigPath(), TestConfig())); }
 
     void hand_edits_are_merged_in_and_typing_stays()
     {
@@ -68,13 +68,14 @@ private slots:
         W::Arguments(w)->setText(QStringLiteral("-typed"));
         const Profile controls = W::Controls(w);
 
-        QByteArray file = EditingConfig();
+        QByteArray file = TestConfig();
         for (const QByteArray name : {"Hand", "Hand 2"}) {
             file = WithProfile(file, name);
             QVERIFY(ReplaceAtomically(UserConfigPath(), file));
             QTRY_VERIFY_WITH_TIMEOUT(ListNames(w).contains(QString::fromUtf8(name)), 3000);
         }
-        QCOMPARE(ListNames(w), (QStringList{"Base", "Phone", "Tablet", "Watch", "Hand", "Hand 2"}));
+        QCOMPARE(ListNames(w),
+                 (QStringList{"Base", "Phone HD", "Tablet", "Watch", "Hand", "Hand 2"}));
         QVERIFY(W::InStep(w));
         QCOMPARE(W::ProfileList(w)->currentRow(), 2);
         QCOMPARE(W::Controls(w), controls);
@@ -102,9 +103,11 @@ private slots:
     {
         MainWindow w;
         QTemporaryDir dir;
-        QVERIFY(WriteText(dir.filePath("team.ini"), WithProfile(EditingConfig(), "Team")));
-        const Run run = Companion({"--import", dir.filePath("team.ini")});
-        QCOMPARE(run.status, 0);
+        QVERIFY(WriteText(dir.filePath("team.ini"), WithProfile(TestConfig(), "Team")));
+        QByteArray out;
+        const Console console{[&out](QByteArrayView bytes) { out += bytes; },
+                              [&out](QByteArrayView bytes) { out += bytes; }};
+        QCOMPARE(RunCompanion({"--import", dir.filePath("team.ini")}, console), 0);
         QTRY_VERIFY_WITH_TIMEOUT(ListNames(w).contains("Team"), 3000);
     }
 

@@ -34,14 +34,6 @@ QStringList RunLauncher(const QString& program, const QString& dataHome)
     return result;
 }
 
-// A copy in a fixture app folder, with or without the shipped files: an instance identity no
-// other run shares.
-QString CopyLauncher(bool withShippedFiles)
-{
-    const QString program = UseFixtureAppFolder(withShippedFiles) + "/startup_launcher";
-    return QFile::copy(QStringLiteral(STARTUP_LAUNCHER), program) ? program : QString();
-}
-
 } // namespace
 
 class StartupTest : public QObject
@@ -49,27 +41,32 @@ class StartupTest : public QObject
     Q_OBJECT
 
 private slots:
-    void firstRunSavesDefaultsAtExit()
+    void start_data()
     {
-        QTemporaryDir dataHome;
-        const QString program = CopyLauncher(true);
-        QVERIFY(!program.isEmpty());
+        QTest::addColumn<bool>("shippedFiles");
+        QTest::addColumn<QStringList>("reports"); // the exit code, then what the companion saw
         // No box, and the file appears only after the window has closed and the loop has ended.
-        QCOMPARE(RunLauncher(program, dataHome.path()),
-                 (QStringList{"0", "closed|Nimbra Mobile Emulator|no file"}));
-        QCOMPARE(ReadBytes(dataHome.path() + "/Nimbra Mobile/Launcher.ini"),
-                 ReadBytes(SourceResource("LauncherDefault.ini")));
+        QTest::newRow("first run: the defaults, saved at exit")
+            << true << QStringList{"0", "closed|Nimbra Mobile Emulator|no file"};
+        // Only the box, no window, and nothing written.
+        QTest::newRow("no configuration it can read") << false << QStringList{"1", CriticalBox};
     }
 
-    void noConfigurationEndsWithStatus1()
+    void start()
     {
+        QFETCH(bool, shippedFiles);
+        QFETCH(QStringList, reports);
         QTemporaryDir dataHome;
-        const QString program = CopyLauncher(false);
-        QVERIFY(!program.isEmpty());
-        // Only the box, no window, and nothing written.
-        QCOMPARE(RunLauncher(program, dataHome.path()), (QStringList{"1", CriticalBox}));
-        QVERIFY(
-            QDir(dataHome.path()).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+        // A copy in a fixture app folder: an instance identity no other run shares.
+        const QString program = UseFixtureAppFolder(shippedFiles) + "/startup_launcher";
+        QVERIFY(QFile::copy(QStringLiteral(STARTUP_LAUNCHER), program));
+        QCOMPARE(RunLauncher(program, dataHome.path()), reports);
+        const QString saved = dataHome.path() + "/Nimbra Mobile/Launcher.ini";
+        if (shippedFiles)
+            QCOMPARE(ReadBytes(saved), ReadBytes(SourceResource("LauncherDefault.ini")));
+        else
+            QVERIFY(QDir(dataHome.path())
+                        .isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
     }
 };
 

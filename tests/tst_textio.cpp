@@ -84,17 +84,6 @@ private slots:
         }
     }
 
-    // The file written is FormatText's text in UTF-8, exact lines included.
-    void fileIsFormatTextInUtf8()
-    {
-        ConfigModel model{Config::NewSections(), {{"分辨率 📱", " -d \"a b\" ñ", {1, 0, 0}}}};
-        model.sections[1].entries = {{"say \"hi\" – größer", " -a \"b c\""}, {"€", "x"}};
-        QTemporaryDir dir;
-        const QString path = dir.filePath("Launcher.ini");
-        QVERIFY(Config::WriteFile(path, model));
-        QCOMPARE(ReadBytes(path), Config::FormatText(model).toUtf8());
-    }
-
     void chunkBoundaries_data()
     {
         QTest::addColumn<bool>("utf16");
