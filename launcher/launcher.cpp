@@ -10,108 +10,17 @@
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QFileInfo>
-#include <QFontMetricsF>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QScrollBar>
-#include <QSignalBlocker>
-#include <QStyleOptionSlider>
 #include <QTimer>
 #include <QUrl>
 
-#include <algorithm>
-#include <array>
-#include <functional>
 #include <future>
-#include <optional>
-
-namespace {
-
-// Up to this many names the width is measured name by name, as Qt does; beyond, the names
-// that look widest by their letters' advances are measured, which costs far less than laying
-// out thousands.
-constexpr int kMeasuredNames = 1000;
-constexpr int kWidestCandidates = 64;
-
-} // namespace
-
-ProfileQListWidget::ProfileQListWidget()
-{
-    // Every row is one line of text: laid out once, not name by name.
-    setUniformItemSizes(true);
-    const auto changed = [this] { m_namesWidth = -1; };
-    connect(model(), &QAbstractItemModel::rowsInserted, this, changed);
-    connect(model(), &QAbstractItemModel::rowsRemoved, this, changed);
-    connect(model(), &QAbstractItemModel::dataChanged, this, changed);
-    connect(model(), &QAbstractItemModel::modelReset, this, changed);
-}
-
-// The list's own destruction empties its model, which must no longer reach this part of it.
-ProfileQListWidget::~ProfileQListWidget()
-{
-    disconnect(model(), nullptr, this, nullptr);
-}
-
-QSize ProfileQListWidget::sizeHint() const
-{
-    const QStyleOptionSlider option;
-    const int scrollBarExtent = verticalScrollBar()->style()->pixelMetric(
-        QStyle::PM_ScrollBarExtent, &option, verticalScrollBar());
-    return QSize(NamesWidth() + scrollBarExtent + 5, 192);
-}
-
-int ProfileQListWidget::NamesWidth() const
-{
-    if (m_namesWidth >= 0)
-        return m_namesWidth;
-    if (count() <= kMeasuredNames) {
-        m_namesWidth = sizeHintForColumn(0);
-        return m_namesWidth;
-    }
-    // Each letter's advance once, Latin-1 in a table; a name's sum leaves out only kerning.
-    const QFontMetricsF metrics(font());
-    std::array<qreal, 256> latin1;
-    latin1.fill(-1);
-    QHash<char16_t, qreal> others;
-    const auto advance = [&](QChar c) {
-        if (c.unicode() < latin1.size()) {
-            qreal& known = latin1[c.unicode()];
-            if (known < 0)
-                known = metrics.horizontalAdvance(c);
-            return known;
-        }
-        auto it = others.constFind(c.unicode());
-        if (it == others.cend())
-            it = others.insert(c.unicode(), metrics.horizontalAdvance(c));
-        return *it;
-    };
-    QList<std::pair<qreal, int>> estimates;
-    estimates.reserve(count());
-    for (int row = 0; row < count(); ++row) {
-        qreal width = 0;
-        for (const QChar c : item(row)->text())
-            width += advance(c);
-        estimates.append({width, row});
-    }
-    const int candidates = std::min<int>(kWidestCandidates, estimates.size());
-    std::partial_sort(estimates.begin(), estimates.begin() + candidates, estimates.end(),
-                      std::greater<>());
-    QStyleOptionViewItem option;
-    initViewItemOption(&option);
-    int width = 0;
-    for (int i = 0; i < candidates; ++i) {
-        const QModelIndex index = model()->index(estimates[i].second, 0);
-        width = std::max(width, itemDelegateForIndex(index)->sizeHint(option, index).width());
-    }
-    m_namesWidth = width;
-    return width;
-}
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
@@ -357,69 +266,4 @@ void MainWindow::Launch(const Profile& profile)
 void MainWindow::OnHelp()
 {
     QDesktopServices::openUrl(QUrl::fromLocalFile(GetFileName(HelpFile)));
-}
-
-void MainWindow::FillProfileList()
-{
-    // Items are reused: a merge or an undo changes a few names among thousands.
-    while (m_profileList->count() > m_profiles.size())
-        delete m_profileList->takeItem(m_profileList->count() - 1);
-    for (int row = 0; row < m_profiles.size(); ++row) {
-        if (row == m_profileList->count())
-            m_profileList->addItem(m_profiles[row].name);
-        else if (m_profileList->item(row)->text() != m_profiles[row].name)
-            m_profileList->item(row)->setText(m_profiles[row].name);
-    }
-}
-
-void MainWindow::ShowModel(ConfigModel model, int selectRow)
-{
-    const QString shownName = ControlsProfile().name;
-    std::array<std::optional<OptionEntry>, OptionKindCount> shown;
-    for (const OptionKind kind : AllOptionKinds) {
-        const int index = ComboBox(kind)->currentIndex();
-        if (index >= 0 && index < m_model.Options(kind).size())
-            shown[int(kind)] = m_model.Options(kind)[index];
-        model.sections[SectionIndex(kind)].comboBox = ComboBox(kind);
-    }
-    const int row = m_profileList->currentRow();
-    m_model = std::move(model);
-
-    // Given a row, that one is shown from the model; else what the user is looking at stays.
-    const int wanted = std::min(selectRow, int(m_profiles.size()) - 1);
-    const int shownRow = wanted >= 0 ? -1
-                         : row < m_profiles.size() && m_profiles[row].name == shownName
-                             ? row
-                             : FindProfile(m_profiles, shownName);
-    {
-        // The controls keep what they show; only the lists change under them.
-        const QSignalBlocker blockList(m_profileList);
-        FillProfileList();
-        m_profileList->setCurrentRow(std::max({shownRow, wanted, 0}));
-        for (const OptionKind kind : AllOptionKinds) {
-            QComboBox* comboBox = ComboBox(kind);
-            const QSignalBlocker blockComboBox(comboBox);
-            QStringList keys;
-            for (const OptionEntry& entry : m_model.Options(kind))
-                keys.append(entry.key);
-            comboBox->clear();
-            comboBox->insertItems(0, keys);
-            // An entry that went falls back to the profile's own choice.
-            const std::optional<OptionEntry>& entry = shown[int(kind)];
-            const qsizetype index = entry ? m_model.Options(kind).indexOf(*entry) : -1;
-            comboBox->setCurrentIndex(index >= 0      ? int(index)
-                                      : shownRow >= 0 ? ChosenIndex(m_profiles[shownRow], kind)
-                                                      : -1);
-        }
-    }
-    m_removeResolutionButton->setEnabled(ComboBox(OptionKind::Resolution)->currentIndex() > 0);
-    m_removePixelDensityButton->setEnabled(ComboBox(OptionKind::PixelDensity)->currentIndex() > 0);
-    RefreshRunningRows();
-    // A profile that went shows the first one instead.
-    if (shownRow < 0) {
-        OnProfileChanged(std::max(wanted, 0));
-        return;
-    }
-    m_removeProfileButton->setEnabled(shownRow != 0);
-    RefreshAddUpdateButton();
 }

@@ -103,9 +103,6 @@ private:
 
     bool AskRetrySave(const QString& path, const QString& reason);
 
-    // Nothing lost however the launcher ends: each edit is kept as recovery state shortly
-    // after, the next start brings back what a run that did not end cleanly left, and what
-    // others write into the user's file while the window is open is merged in.
     // The model and selected row before an edit, for its undo.
     struct EditStart
     {
@@ -117,6 +114,9 @@ private:
     // The model changed under the user's hand (an edit, an undo): saved at exit, kept as
     // recovery state shortly after.
     void ModelChanged();
+    // Nothing lost however the launcher ends: each edit is kept as recovery state shortly
+    // after, the next start brings back what a run that did not end cleanly left, and what
+    // others write into the user's file while the window is open is merged in.
     void WriteRecoveryState();
     void RecoverUnsavedEdits();
     void WatchUserFile();

@@ -81,7 +81,7 @@ bool QtSingleApplication::TryLock()
         if (result != LockResult::Unusable)
             return result == LockResult::Taken;
     }
-    // Running alone beats not running; the window then guards the user's file itself.
+    // Running alone beats not running; its save merges with what another launcher saved.
     QStringList folders;
     for (const InstancePaths& paths : m_candidates)
         folders.append(QFileInfo(paths.lockPath).absolutePath());
@@ -90,7 +90,6 @@ bool QtSingleApplication::TryLock()
                  "running without it\n",
                  qPrintable(folders.join(QStringLiteral(", "))));
     UsePaths(m_candidates.first());
-    m_withoutLock = true;
     return true;
 }
 

@@ -28,9 +28,6 @@ public:
     bool sendMessage(const QString& message, int timeout = 5000);
     void setActivationWindow(QWidget* window, bool activateOnMessage = true);
     QWidget* activationWindow() const;
-    // True for a first instance that found no folder to hold its lock in: another launcher
-    // may run at the same time.
-    bool runsWithoutLock() const { return m_withoutLock; }
 
 public slots:
     void activateWindow();
@@ -54,7 +51,6 @@ private:
     void Listen();
 
     Role m_role = Role::Unknown;
-    bool m_withoutLock = false;
     QList<InstancePaths> m_candidates;
     QString m_lockPath;
     QString m_serverPath;
