@@ -118,6 +118,7 @@ private slots:
         QTest::addColumn<QString>("width");
         QTest::addColumn<bool>("enabled");
         QTest::newRow("nothing typed") << QStringList{"", "", ""} << "" << false;
+        QTest::newRow("name of one blank") << QStringList{" ", "10", "100"} << "10" << true;
         QTest::newRow("leading zero, letters, signs, blanks refused")
             << QStringList{"Phone", "0a4-8+0 ", "8"} << "480" << true;
         QTest::newRow("20 digits")
