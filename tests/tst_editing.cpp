@@ -51,6 +51,7 @@ private slots:
                                 QStringLiteral("%1x%2").arg(width).arg(height) +
                                 "\n\nAre you sure ?";
         MainWindow w;
+        const QList<Profile> profiles = W::Profiles(w);
         QList<ConfigSection> expected = W::Sections(w);
         expected[SectionIndex(OptionKind::Resolution)].entries
             << OptionEntry{"Screen", windowSize.arg(width).arg(height)}
@@ -75,6 +76,7 @@ private slots:
                                              warning.arg(width).arg(height + 1),
                                              "Add Pixel Density|Name:|Pixel Density:"}));
         QCOMPARE(W::Sections(w), expected);
+        QCOMPARE(W::Profiles(w), profiles); // an added entry is only shown, not stored
         QVERIFY(W::InStep(w));
     }
 
@@ -118,6 +120,7 @@ private slots:
         QTest::addColumn<QString>("width");
         QTest::addColumn<bool>("enabled");
         QTest::newRow("nothing typed") << QStringList{"", "", ""} << "" << false;
+        QTest::newRow("name of one blank") << QStringList{" ", "10", "100"} << "10" << true;
         QTest::newRow("leading zero, letters, signs, blanks refused")
             << QStringList{"Phone", "0a4-8+0 ", "8"} << "480" << true;
         QTest::newRow("20 digits")

@@ -151,10 +151,10 @@ private slots:
             QTest::keySequence(W::ProfileList(w), QKeySequence(edit));
 
         QList<Profile> expected;
-        for (const QString& spec : profiles) {
-            const QString from = spec.section(u'=', -1);
+        for (const QString& wanted : profiles) {
+            const QString from = wanted.section(u'=', -1);
             expected.append(from == "*" ? edited : before[FindProfile(before, from)]);
-            expected.last().name = spec.section(u'=', 0, 0);
+            expected.last().name = wanted.section(u'=', 0, 0);
         }
         QCOMPARE(answerer.seen, seen);
         QCOMPARE(W::Profiles(w), expected);
