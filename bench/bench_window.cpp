@@ -78,6 +78,8 @@ Times Measure(const QString& file, const QByteArray& text, int rounds)
 
 int main(int argc, char** argv)
 {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(KeepSevereMessages);
     QApplication app(argc, argv);
     const int rounds = std::max(1, app.arguments().value(1, QStringLiteral("9")).toInt());
