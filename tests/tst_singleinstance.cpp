@@ -105,7 +105,16 @@ class SingleInstanceTest : public QObject
 
 private slots:
     void initTestCase() { UsePrivateDataLocation(); }
-    void cleanup() { qDeleteAll(findChildren<QProcess*>()); }
+    // Every instance a test started ends here, by its id, before its QProcess goes.
+    void cleanup()
+    {
+        const QList<QProcess*> processes = findChildren<QProcess*>();
+        for (QProcess* process : processes) {
+            process->kill();
+            process->waitForFinished(kWaitMs);
+        }
+        qDeleteAll(processes);
+    }
 
     void init()
     {
