@@ -160,14 +160,17 @@ private:
     void CopyCommandLine();
     void MoveCurrentProfile(int delta);
     void LaunchItem(QListWidgetItem* item);
-    // Starts profile as Launch does, with the launch's failure box.
-    void Launch(const Profile& profile);
+    // Starts profile as Launch does, with the launch's failure box; extra follows the profile's
+    // own arguments for this launch only.
+    void Launch(const Profile& profile, const QStringList& extra = {});
     void LaunchWithArguments();
 
     // For people who keep many profiles and launch all day: a filter over the list, undo and
     // redo of every edit, and profiles in the applications menu.
     void BuildFilter(QBoxLayout* into);
-    void ApplyFilter(const QString& text);
+    // Shows exactly the rows whose name holds the filter's text; a hidden current row gives way
+    // to the first shown one (unless none is). Run after every change of the list.
+    void ApplyFilter();
     void BuildUndo();
     void ApplyEditStep(const ConfigModel& from, const ConfigModel& to, int row);
     void AddToApplicationsMenu();

@@ -162,10 +162,9 @@ void MainWindow::LaunchWithArguments()
     if (!ok)
         return;
     m_oneOffArguments = typed;
-    // After the profile's own arguments, quoted and split as they are; nothing is stored.
-    Profile profile = ControlsProfile();
-    profile.arguments += u' ' + typed;
-    Launch(profile);
+    // Split on their own, as the companion's extra arguments come: a quote the profile's
+    // arguments leave open does not swallow them. Nothing is stored.
+    Launch(ControlsProfile(), SplitArguments(typed));
 }
 
 void MainWindow::DuplicateCurrentProfile()
