@@ -176,6 +176,10 @@ private:
     void AddToApplicationsMenu();
     void RemoveFromApplicationsMenu();
     bool WriteMenuEntry(const QString& name);
+    // True unless the user keeps the entry of name, which they changed by hand, on question.
+    bool ConfirmMenuEntryChange(const QString& name, const QString& question);
+    // False, after a box with the system's reason, when the entry stays.
+    bool RemoveMenuEntry(const QString& name);
     // Keeps the profile's menu entry with it when it is renamed or removed.
     void FollowMenuEntry(const QString& oldName, const QString& newName);
 

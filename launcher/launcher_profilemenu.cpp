@@ -136,10 +136,10 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
             {m_launchAction, m_launchWithArgumentsAction, m_stopAction, m_showLogAction});
         m_profileMenu->addSeparator();
         m_profileMenu->addActions({m_undoAction, m_redoAction});
-#ifndef Q_OS_MACOS
-        m_profileMenu->addSeparator();
-        m_profileMenu->addActions({m_addMenuEntryAction, m_removeMenuEntryAction});
-#endif
+        if (DesktopEntry::Supported) {
+            m_profileMenu->addSeparator();
+            m_profileMenu->addActions({m_addMenuEntryAction, m_removeMenuEntryAction});
+        }
     }
     // Looked at when the menu opens, not at every change of the controls.
     const int row = m_profileList->currentRow();

@@ -296,28 +296,44 @@ private slots:
         const auto entry = [&](const QString& name) {
             return folder + u'/' + DesktopEntry::FileName(name);
         };
+        const QString rename = "Rename\u2026";
         W::Select(w, 1);
         W::ListAction(w, "Add to Applications Menu")->trigger();
         QVERIFY(ReadBytes(entry("Phone HD")).contains("Name=Phone HD\n"));
-        // Renamed with its profile, asked before a hand-edited one is replaced.
-        QVERIFY(WriteText(entry("Cell"), "[Desktop Entry]\nName=Mine\n"));
-        {
-            ModalAnswerer answerer({"Cell|OK", "No"});
-            W::ListAction(w, "Rename\u2026")->trigger();
-            QCOMPARE(answerer.seen.size(), 2);
-        }
-        QCOMPARE(ReadBytes(entry("Cell")), "[Desktop Entry]\nName=Mine\n");
+        // Renamed with its profile; an entry edited by hand, at either name, goes only on a yes.
+        const QByteArray mine = "[Desktop Entry]\nName=Mine\n";
+        QVERIFY(WriteText(entry("Cell"), mine));
+        QCOMPARE(Triggered(w, rename, {"Cell|OK", "No"}).size(), 2);
+        QCOMPARE(ReadBytes(entry("Cell")), mine);
         QVERIFY(QFileInfo::exists(entry("Phone HD")));
+        W::Select(w, 3);
+        QVERIFY(WriteText(entry("Watch"), mine));
+        QCOMPARE(Triggered(w, rename, {"Clock|OK", "No"}).size(), 2);
+        QCOMPARE(ReadBytes(entry("Watch")), mine);
+        QVERIFY(!QFileInfo::exists(entry("Clock")));
+        // Written from where the launcher was before: still ours, followed without asking.
+        W::Select(w, 2);
+        const QString moved = "/moved/nimbra-mobile-launch";
+        QVERIFY(WriteText(entry("Tablet"), DesktopEntry::Text("Tablet", moved).toUtf8()));
+        QCOMPARE(Triggered(w, rename, {"Tab|OK"}).size(), 1);
+        QVERIFY(QFileInfo::exists(entry("Tab")) && !QFileInfo::exists(entry("Tablet")));
+
+        W::Select(w, 1);
         W::ListAction(w, "Remove from Applications Menu")->trigger();
         QVERIFY(!QFileInfo::exists(entry("Cell")));
+        // A removal that fails gives the system's reason and leaves the entry.
+        QVERIFY(QDir().mkpath(entry("Cell") + "/busy"));
+        const QStringList removing = Triggered(w, "Remove from Applications Menu", {"OK"});
+        QCOMPARE(removing.size(), 1);
+        QVERIFY2(removing[0].contains("could not be removed.\n\nReason: "),
+                 qPrintable(removing[0]));
+        QVERIFY(QFileInfo(entry("Cell")).isDir());
         // A folder that can't be written: the system's reason, nothing changed.
         QVERIFY(QDir(folder).removeRecursively() && WriteText(folder, "not a folder\n"));
-        ModalAnswerer answerer({"OK"});
-        W::ListAction(w, "Add to Applications Menu")->trigger();
-        QCOMPARE(answerer.seen.size(), 1);
-        QVERIFY2(
-            answerer.seen[0].contains("could not be added to the applications menu.\n\nReason: "),
-            qPrintable(answerer.seen[0]));
+        const QStringList adding = Triggered(w, "Add to Applications Menu", {"OK"});
+        QCOMPARE(adding.size(), 1);
+        QVERIFY2(adding[0].contains("could not be added to the applications menu.\n\nReason: "),
+                 qPrintable(adding[0]));
         QVERIFY(QFile::remove(folder));
     }
 };
