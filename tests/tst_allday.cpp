@@ -148,55 +148,42 @@ private slots:
 
     void undoRedo_data()
     {
-        QTest::addColumn<QString>("filter");
         QTest::addColumn<QString>("edit");
         QTest::addColumn<QStringList>("answers");
         QTest::addColumn<QString>("undoText");
         QTest::addColumn<int>("row"); // selected after the undo
+        QTest::addColumn<QString>("filter");
         QTest::newRow("add profile")
-            << ""
-            << "add profile" << QStringList{"New|OK"} << "Undo Add Profile" << 0;
+            << "add profile" << QStringList{"New|OK"} << "Undo Add Profile" << 0 << QString();
         QTest::newRow("update profile")
-            << ""
-            << "update profile" << QStringList() << "Undo Update Profile" << 2;
+            << "update profile" << QStringList() << "Undo Update Profile" << 2 << QString();
         QTest::newRow("remove profile")
-            << ""
-            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2;
-        QTest::newRow("add resolution")
-            << ""
-            << "add resolution" << QStringList{"Tiny,10,10|OK"} << "Undo Add Resolution" << 0;
+            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2 << QString();
+        QTest::newRow("add resolution") << "add resolution" << QStringList{"Tiny,10,10|OK"}
+                                        << "Undo Add Resolution" << 0 << QString();
         QTest::newRow("remove resolution used twice")
-            << ""
-            << "remove resolution used twice" << QStringList{"Yes"} << "Undo Remove Resolution"
-            << 0;
-        QTest::newRow("duplicate") << ""
-                                   << "duplicate" << QStringList() << "Undo Duplicate Profile" << 1;
-        QTest::newRow("rename") << ""
-                                << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3;
-        QTest::newRow("move") << ""
-                              << "move" << QStringList() << "Undo Move Profile" << 3;
-        // List rows are reused by position; the filter must hold anew after each step.
+            << "remove resolution used twice" << QStringList{"Yes"} << "Undo Remove Resolution" << 0
+            << QString();
+        QTest::newRow("duplicate")
+            << "duplicate" << QStringList() << "Undo Duplicate Profile" << 1 << QString();
+        QTest::newRow("rename") << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3
+                                << QString();
+        QTest::newRow("move") << "move" << QStringList() << "Undo Move Profile" << 3 << QString();
+        // List rows are reused by position: the filter holds anew after each step.
         QTest::newRow("remove profile, base row filtered out")
-            << "t"
-            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2;
-        QTest::newRow("duplicate, filtered")
-            << "PHONE"
-            << "duplicate" << QStringList() << "Undo Duplicate Profile" << 1;
+            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2 << "t";
         QTest::newRow("rename out of the filter")
-            << "a"
-            << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3;
-        QTest::newRow("move, filtered") << "w"
-                                        << "move" << QStringList() << "Undo Move Profile" << 3;
+            << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3 << "A";
     }
 
     // Each edit undone to the identical model, without asking again, and redone to the same.
     void undoRedo()
     {
-        QFETCH(QString, filter);
         QFETCH(QString, edit);
         QFETCH(QStringList, answers);
         QFETCH(QString, undoText);
         QFETCH(int, row);
+        QFETCH(QString, filter);
         MainWindow w;
         W::Filter(w)->setText(filter);
         const QList<Profile> profiles = W::Profiles(w);
@@ -313,8 +300,7 @@ private slots:
         QVERIFY(!QFileInfo::exists(entry("Clock")));
         // Written from where the launcher was before: still ours, followed without asking.
         W::Select(w, 2);
-        const QString moved = "/moved/nimbra-mobile-launch";
-        QVERIFY(WriteText(entry("Tablet"), DesktopEntry::Text("Tablet", moved).toUtf8()));
+        QVERIFY(WriteText(entry("Tablet"), DesktopEntry::Text("Tablet", "/moved/x").toUtf8()));
         QCOMPARE(Triggered(w, rename, {"Tab|OK"}).size(), 1);
         QVERIFY(QFileInfo::exists(entry("Tab")) && !QFileInfo::exists(entry("Tablet")));
 
@@ -323,17 +309,15 @@ private slots:
         QVERIFY(!QFileInfo::exists(entry("Cell")));
         // A removal that fails gives the system's reason and leaves the entry.
         QVERIFY(QDir().mkpath(entry("Cell") + "/busy"));
-        const QStringList removing = Triggered(w, "Remove from Applications Menu", {"OK"});
-        QCOMPARE(removing.size(), 1);
-        QVERIFY2(removing[0].contains("could not be removed.\n\nReason: "),
-                 qPrintable(removing[0]));
+        QVERIFY(Triggered(w, "Remove from Applications Menu", {"OK"})
+                    .value(0)
+                    .contains("could not be removed.\n\nReason: "));
         QVERIFY(QFileInfo(entry("Cell")).isDir());
         // A folder that can't be written: the system's reason, nothing changed.
         QVERIFY(QDir(folder).removeRecursively() && WriteText(folder, "not a folder\n"));
-        const QStringList adding = Triggered(w, "Add to Applications Menu", {"OK"});
-        QCOMPARE(adding.size(), 1);
-        QVERIFY2(adding[0].contains("could not be added to the applications menu.\n\nReason: "),
-                 qPrintable(adding[0]));
+        QVERIFY(Triggered(w, "Add to Applications Menu", {"OK"})
+                    .value(0)
+                    .contains("could not be added to the applications menu.\n\nReason: "));
         QVERIFY(QFile::remove(folder));
     }
 };
