@@ -131,12 +131,7 @@ int LaunchProfile(const Options& options, const Console& console)
         return status;
     LaunchCommand launch = CommandFor(model, row);
     // Handed over as they came, not through the command string, so the shell's quoting holds.
-    launch.arguments += options.words.mid(1);
-    // The record shows them as a command line would.
-    for (const QString& extra : options.words.mid(1)) {
-        const bool blank = extra.contains(u' ');
-        launch.command += (blank ? QStringLiteral(" \"%1\"") : QStringLiteral(" %1")).arg(extra);
-    }
+    AppendArguments(launch, options.words.mid(1));
     const QString& profile = model.profiles[row].name;
     const QString failed =
         QStringLiteral("Failed to start Nimbra Mobile Emulator: %1\n").arg(launch.program);

@@ -3,6 +3,8 @@
 #include <QCryptographicHash>
 #include <QStandardPaths>
 
+#include <algorithm>
+
 namespace DesktopEntry {
 
 QString ApplicationsFolder()
@@ -51,8 +53,22 @@ QString EscapeString(const QString& value)
     return escaped;
 }
 
+namespace {
+
+bool HasControlCharacter(const QString& text)
+{
+    // Tabs and line ends have escapes; the other ASCII controls have none.
+    return std::any_of(text.begin(), text.end(), [](QChar c) {
+        return (c < u' ' && c != u'\t' && c != u'\n' && c != u'\r') || c == u'\x7f';
+    });
+}
+
+} // namespace
+
 QString Text(const QString& profileName, const QString& companionPath)
 {
+    if (HasControlCharacter(profileName) || HasControlCharacter(companionPath))
+        return QString();
     // The string escape applies to the whole value, quoted arguments included.
     const QString exec =
         EscapeString(ExecArgument(companionPath) + u' ' + ExecArgument(profileName));
@@ -65,6 +81,19 @@ QString Text(const QString& profileName, const QString& companionPath)
                           "Terminal=false\n"
                           "Categories=Development;\n")
         .arg(EscapeString(profileName), exec);
+}
+
+bool IsUnchanged(const QString& text, const QString& profileName)
+{
+    // Text with an empty path, cut between the path's quotes: the rest must match exactly, and
+    // what fills the cut stays on the Exec line.
+    const QString ours = Text(profileName, QString());
+    const QString execStart = QStringLiteral("\nExec=\"");
+    const qsizetype cut = ours.indexOf(execStart) + execStart.size();
+    if (ours.isEmpty() || text.size() < ours.size() ||
+        !text.startsWith(QStringView(ours).left(cut)) || !text.endsWith(QStringView(ours).mid(cut)))
+        return false;
+    return !QStringView(text).mid(cut, text.size() - ours.size()).contains(u'\n');
 }
 
 } // namespace DesktopEntry

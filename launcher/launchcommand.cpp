@@ -15,11 +15,25 @@ LaunchCommand BuildLaunchCommand(const QString& emulatorPath, const QList<Config
     }
     launch.command += QStringLiteral(" -profile-name \"") + profile.name + QStringLiteral("\" ") +
                       profile.arguments;
-    // Qt 6 has no single-string startDetached; splitCommand applies the same quoting rules.
-    launch.arguments = QProcess::splitCommand(launch.command);
+    launch.arguments = SplitArguments(launch.command);
     if (!launch.arguments.isEmpty())
         launch.program = launch.arguments.takeFirst();
     return launch;
+}
+
+QStringList SplitArguments(const QString& text)
+{
+    // Qt 6 has no single-string startDetached; splitCommand applies the same quoting rules.
+    return QProcess::splitCommand(text);
+}
+
+void AppendArguments(LaunchCommand& launch, const QStringList& extra)
+{
+    launch.arguments += extra;
+    for (const QString& argument : extra) {
+        const bool blank = argument.contains(u' ');
+        launch.command += (blank ? QStringLiteral(" \"%1\"") : QStringLiteral(" %1")).arg(argument);
+    }
 }
 
 bool StartDetached(const LaunchCommand& launch)

@@ -17,5 +17,12 @@ struct LaunchCommand
 LaunchCommand BuildLaunchCommand(const QString& emulatorPath, const QList<ConfigSection>& sections,
                                  const Profile& profile);
 
+// Text split into arguments as the command is: blanks separate, double quotes group.
+QStringList SplitArguments(const QString& text);
+
+// Arguments for this launch only, after the profile's own: passed as they are, and shown in the
+// command string as a command line would show them.
+void AppendArguments(LaunchCommand& launch, const QStringList& extra);
+
 // Starts the command detached; false when the program could not be started.
 bool StartDetached(const LaunchCommand& launch);

@@ -252,11 +252,12 @@ void MainWindow::OnLaunch()
     Launch(ControlsProfile());
 }
 
-void MainWindow::Launch(const Profile& profile)
+void MainWindow::Launch(const Profile& profile, const QStringList& extra)
 {
     if (!ConfirmLaunchWhileRunning(profile.name))
         return;
-    const LaunchCommand launch = BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, profile);
+    LaunchCommand launch = BuildLaunchCommand(GetFileName(EmulatorFile), m_sections, profile);
+    AppendArguments(launch, extra);
     if (!StartRecorded(launch, profile.name)) {
         QMessageBox::critical(this, QStringLiteral("Nimbra Mobile Emulator Launcher"),
                               QStringLiteral("Failed to start Nimbra Mobile Emulator!"));

@@ -160,19 +160,26 @@ private:
     void CopyCommandLine();
     void MoveCurrentProfile(int delta);
     void LaunchItem(QListWidgetItem* item);
-    // Starts profile as Launch does, with the launch's failure box.
-    void Launch(const Profile& profile);
+    // Starts profile as Launch does, with the launch's failure box; extra follows the profile's
+    // own arguments for this launch only.
+    void Launch(const Profile& profile, const QStringList& extra = {});
     void LaunchWithArguments();
 
     // For people who keep many profiles and launch all day: a filter over the list, undo and
     // redo of every edit, and profiles in the applications menu.
     void BuildFilter(QBoxLayout* into);
-    void ApplyFilter(const QString& text);
+    // Shows exactly the rows whose name holds the filter's text; a hidden current row gives way
+    // to the first shown one (unless none is). Run after every change of the list.
+    void ApplyFilter();
     void BuildUndo();
     void ApplyEditStep(const ConfigModel& from, const ConfigModel& to, int row);
     void AddToApplicationsMenu();
     void RemoveFromApplicationsMenu();
     bool WriteMenuEntry(const QString& name);
+    // True unless the user keeps the entry of name, which they changed by hand, on question.
+    bool ConfirmMenuEntryChange(const QString& name, const QString& question);
+    // False, after a box with the system's reason, when the entry stays.
+    bool RemoveMenuEntry(const QString& name);
     // Keeps the profile's menu entry with it when it is renamed or removed.
     void FollowMenuEntry(const QString& oldName, const QString& newName);
 

@@ -41,14 +41,17 @@ bool MainWindow::WriteMenuEntry(const QString& name)
 {
     const QString path = EntryPath(name);
     const QByteArray text = DesktopEntry::Text(name, CompanionPath()).toUtf8();
-    QFile existing(path);
+    if (text.isEmpty()) {
+        QMessageBox::warning(this, Title,
+                             QStringLiteral("Profile \"%1\" can't be added to the applications "
+                                            "menu: its name or the launcher's folder holds a "
+                                            "control character, which a desktop entry can't "
+                                            "carry.")
+                                 .arg(name));
+        return false;
+    }
     // One of ours that someone changed by hand is replaced only when they say so.
-    if (existing.open(QIODevice::ReadOnly) && existing.readAll() != text &&
-        QMessageBox::question(this, Title,
-                              QStringLiteral("The applications menu entry of profile \"%1\" was "
-                                             "changed by hand. Replace it?")
-                                  .arg(name),
-                              QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
+    if (!ConfirmMenuEntryChange(name, QStringLiteral("Replace it?")))
         return false;
     QDir().mkpath(DesktopEntry::ApplicationsFolder());
     QSaveFile file(path);
@@ -56,6 +59,33 @@ bool MainWindow::WriteMenuEntry(const QString& name)
         QMessageBox::warning(this, Title,
                              QStringLiteral("Profile \"%1\" could not be added to the "
                                             "applications menu.\n\nReason: %2")
+                                 .arg(name, file.errorString()));
+        return false;
+    }
+    RefreshMenuDatabase();
+    return true;
+}
+
+bool MainWindow::ConfirmMenuEntryChange(const QString& name, const QString& question)
+{
+    QFile existing(EntryPath(name));
+    if (!existing.open(QIODevice::ReadOnly) ||
+        DesktopEntry::IsUnchanged(QString::fromUtf8(existing.readAll()), name))
+        return true;
+    return QMessageBox::question(this, Title,
+                                 QStringLiteral("The applications menu entry of profile \"%1\" "
+                                                "was changed by hand. %2")
+                                     .arg(name, question),
+                                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
+}
+
+bool MainWindow::RemoveMenuEntry(const QString& name)
+{
+    QFile file(EntryPath(name));
+    if (!file.remove()) {
+        QMessageBox::warning(this, Title,
+                             QStringLiteral("The applications menu entry of profile \"%1\" "
+                                            "could not be removed.\n\nReason: %2")
                                  .arg(name, file.errorString()));
         return false;
     }
@@ -71,17 +101,19 @@ void MainWindow::AddToApplicationsMenu()
 
 void MainWindow::RemoveFromApplicationsMenu()
 {
-    QFile::remove(EntryPath(m_profiles[m_profileList->currentRow()].name));
-    RefreshMenuDatabase();
-    RefreshProfileActions();
+    if (RemoveMenuEntry(m_profiles[m_profileList->currentRow()].name))
+        RefreshProfileActions();
 }
 
 void MainWindow::FollowMenuEntry(const QString& oldName, const QString& newName)
 {
-    if (!QFileInfo::exists(EntryPath(oldName)))
+    if (!DesktopEntry::Supported || !QFileInfo::exists(EntryPath(oldName)))
+        return;
+    // A hand-edited entry is the user's own work: it goes only when they say so.
+    if (!ConfirmMenuEntryChange(oldName, newName.isEmpty() ? QStringLiteral("Remove it?")
+                                                           : QStringLiteral("Replace it?")))
         return;
     if (!newName.isEmpty() && !WriteMenuEntry(newName))
         return;
-    QFile::remove(EntryPath(oldName));
-    RefreshMenuDatabase();
+    RemoveMenuEntry(oldName);
 }

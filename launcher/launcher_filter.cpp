@@ -12,8 +12,13 @@ void MainWindow::BuildFilter(QBoxLayout* into)
     m_filterEdit->setAccessibleName(QStringLiteral("Filter profiles"));
     m_filterEdit->setClearButtonEnabled(true);
     into->addWidget(m_filterEdit);
-    connect(m_filterEdit, &QLineEdit::textChanged, this, &MainWindow::ApplyFilter);
-    connect(m_filterEdit, &QLineEdit::returnPressed, this, &MainWindow::OnLaunch);
+    connect(m_filterEdit, &QLineEdit::textChanged, this, [this] { ApplyFilter(); });
+    connect(m_filterEdit, &QLineEdit::returnPressed, this, [this] {
+        // With nothing shown the current row is a hidden one: nothing to launch.
+        const int row = m_profileList->currentRow();
+        if (row >= 0 && !m_profileList->isRowHidden(row))
+            OnLaunch();
+    });
 
     const auto add = [this](QWidget* on, const QKeySequence& key, Qt::ShortcutContext context,
                             auto handler) {
@@ -33,8 +38,9 @@ void MainWindow::BuildFilter(QBoxLayout* into)
         [this] { m_filterEdit->clear(); });
 }
 
-void MainWindow::ApplyFilter(const QString& text)
+void MainWindow::ApplyFilter()
 {
+    const QString text = m_filterEdit->text();
     int firstShown = -1;
     for (int row = 0; row < m_profiles.size(); ++row) {
         // Literal text, whatever it holds; letter case does not count.

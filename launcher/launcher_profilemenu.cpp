@@ -136,10 +136,10 @@ void MainWindow::ShowProfileMenu(const QPoint& pos)
             {m_launchAction, m_launchWithArgumentsAction, m_stopAction, m_showLogAction});
         m_profileMenu->addSeparator();
         m_profileMenu->addActions({m_undoAction, m_redoAction});
-#ifndef Q_OS_MACOS
-        m_profileMenu->addSeparator();
-        m_profileMenu->addActions({m_addMenuEntryAction, m_removeMenuEntryAction});
-#endif
+        if (DesktopEntry::Supported) {
+            m_profileMenu->addSeparator();
+            m_profileMenu->addActions({m_addMenuEntryAction, m_removeMenuEntryAction});
+        }
     }
     // Looked at when the menu opens, not at every change of the controls.
     const int row = m_profileList->currentRow();
@@ -162,10 +162,9 @@ void MainWindow::LaunchWithArguments()
     if (!ok)
         return;
     m_oneOffArguments = typed;
-    // After the profile's own arguments, quoted and split as they are; nothing is stored.
-    Profile profile = ControlsProfile();
-    profile.arguments += u' ' + typed;
-    Launch(profile);
+    // Split on their own, as the companion's extra arguments come: a quote the profile's
+    // arguments leave open does not swallow them. Nothing is stored.
+    Launch(ControlsProfile(), SplitArguments(typed));
 }
 
 void MainWindow::DuplicateCurrentProfile()

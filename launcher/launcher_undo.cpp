@@ -68,6 +68,8 @@ void MainWindow::EditCommitted(const QString& what, const EditStart& before)
                                    [this](const ConfigModel& from, const ConfigModel& to, int row) {
                                        ApplyEditStep(from, to, row);
                                    }));
+    // Every edit ends here, the row it touched recorded: the filter now holds for its rows too.
+    ApplyFilter();
     ModelChanged();
 }
 

@@ -47,6 +47,8 @@ void MainWindow::ShowModel(ConfigModel model, int selectRow)
         const QSignalBlocker blockList(m_profileList);
         FillProfileList();
         m_profileList->setCurrentRow(std::max({shownRow, wanted, 0}));
+        // Rows were reused by position: hidden ones are hidden anew.
+        ApplyFilter();
         for (const OptionKind kind : AllOptionKinds) {
             QComboBox* comboBox = ComboBox(kind);
             const QSignalBlocker blockComboBox(comboBox);
@@ -66,9 +68,10 @@ void MainWindow::ShowModel(ConfigModel model, int selectRow)
     m_removeResolutionButton->setEnabled(ComboBox(OptionKind::Resolution)->currentIndex() > 0);
     m_removePixelDensityButton->setEnabled(ComboBox(OptionKind::PixelDensity)->currentIndex() > 0);
     RefreshRunningRows();
-    // A profile that went shows the first one instead.
-    if (shownRow < 0) {
-        OnProfileChanged(std::max(wanted, 0));
+    // A profile that went, or that the filter now hides, gives way to the row made current.
+    const int current = m_profileList->currentRow();
+    if (shownRow < 0 || current != shownRow) {
+        OnProfileChanged(current);
         return;
     }
     m_removeProfileButton->setEnabled(shownRow != 0);

@@ -12,6 +12,8 @@
 #include <QLoggingCategory>
 #include <QTest>
 
+#include <algorithm>
+
 using W = WindowFixture;
 
 namespace {
@@ -34,6 +36,27 @@ bool ShowWithFocus(MainWindow& w, QWidget* on)
         return false;
     on->setFocus();
     return on->hasFocus();
+}
+
+// The filter's rule: the rows shown are exactly those whose name holds its text, and the
+// current row is a shown one.
+bool FilterHolds(const MainWindow& w)
+{
+    const ProfileQListWidget* list = W::ProfileList(w);
+    for (int row = 0; row < list->count(); ++row) {
+        if (list->isRowHidden(row) ==
+            list->item(row)->text().contains(W::Filter(w)->text(), Qt::CaseInsensitive))
+            return false;
+    }
+    return !list->isRowHidden(list->currentRow());
+}
+
+// What the boxes said while the list's action ran, each answered in turn.
+QStringList Triggered(MainWindow& w, const QString& action, const QStringList& answers)
+{
+    ModalAnswerer answerer(answers);
+    W::ListAction(w, action)->trigger();
+    return answerer.seen;
 }
 
 // The edits a user makes, by what they press.
@@ -129,20 +152,28 @@ private slots:
         QTest::addColumn<QStringList>("answers");
         QTest::addColumn<QString>("undoText");
         QTest::addColumn<int>("row"); // selected after the undo
+        QTest::addColumn<QString>("filter");
         QTest::newRow("add profile")
-            << "add profile" << QStringList{"New|OK"} << "Undo Add Profile" << 0;
+            << "add profile" << QStringList{"New|OK"} << "Undo Add Profile" << 0 << QString();
         QTest::newRow("update profile")
-            << "update profile" << QStringList() << "Undo Update Profile" << 2;
+            << "update profile" << QStringList() << "Undo Update Profile" << 2 << QString();
         QTest::newRow("remove profile")
-            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2;
-        QTest::newRow("add resolution")
-            << "add resolution" << QStringList{"Tiny,10,10|OK"} << "Undo Add Resolution" << 0;
+            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2 << QString();
+        QTest::newRow("add resolution") << "add resolution" << QStringList{"Tiny,10,10|OK"}
+                                        << "Undo Add Resolution" << 0 << QString();
         QTest::newRow("remove resolution used twice")
-            << "remove resolution used twice" << QStringList{"Yes"} << "Undo Remove Resolution"
-            << 0;
-        QTest::newRow("duplicate") << "duplicate" << QStringList() << "Undo Duplicate Profile" << 1;
-        QTest::newRow("rename") << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3;
-        QTest::newRow("move") << "move" << QStringList() << "Undo Move Profile" << 3;
+            << "remove resolution used twice" << QStringList{"Yes"} << "Undo Remove Resolution" << 0
+            << QString();
+        QTest::newRow("duplicate")
+            << "duplicate" << QStringList() << "Undo Duplicate Profile" << 1 << QString();
+        QTest::newRow("rename") << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3
+                                << QString();
+        QTest::newRow("move") << "move" << QStringList() << "Undo Move Profile" << 3 << QString();
+        // List rows are reused by position: the filter holds anew after each step.
+        QTest::newRow("remove profile, base row filtered out")
+            << "remove profile" << QStringList{"OK"} << "Undo Remove Profile" << 2 << "t";
+        QTest::newRow("rename out of the filter")
+            << "rename" << QStringList{"Cell|OK"} << "Undo Rename Profile" << 3 << "A";
     }
 
     // Each edit undone to the identical model, without asking again, and redone to the same.
@@ -152,7 +183,9 @@ private slots:
         QFETCH(QStringList, answers);
         QFETCH(QString, undoText);
         QFETCH(int, row);
+        QFETCH(QString, filter);
         MainWindow w;
+        W::Filter(w)->setText(filter);
         const QList<Profile> profiles = W::Profiles(w);
         const QList<ConfigSection> sections = W::Sections(w);
         {
@@ -162,22 +195,24 @@ private slots:
         }
         const QList<Profile> edited = W::Profiles(w);
         const QList<ConfigSection> editedSections = W::Sections(w);
+        const int editedRow = W::ProfileList(w)->currentRow();
         QVERIFY(edited != profiles || editedSections != sections);
+        QVERIFY(FilterHolds(w));
         QCOMPARE(W::Undo(w)->text(), undoText);
 
         ModalAnswerer none;
         W::Undo(w)->trigger();
         QCOMPARE(W::Profiles(w), profiles);
-        for (const OptionKind kind : AllOptionKinds)
-            QCOMPARE(W::Sections(w)[SectionIndex(kind)].entries,
-                     sections[SectionIndex(kind)].entries);
-        QVERIFY(W::InStep(w));
+        QCOMPARE(W::Sections(w), sections);
+        QVERIFY(W::InStep(w) && FilterHolds(w));
         QCOMPARE(W::ProfileList(w)->currentRow(), row);
         QCOMPARE(W::Controls(w), W::Profiles(w)[row]);
 
         W::Redo(w)->trigger();
         QCOMPARE(W::Profiles(w), edited);
-        QVERIFY(W::InStep(w));
+        QCOMPARE(W::Sections(w), editedSections);
+        QVERIFY(W::InStep(w) && FilterHolds(w));
+        QCOMPARE(W::ProfileList(w)->currentRow(), editedRow);
         QCOMPARE(none.seen, QStringList());
     }
 
@@ -212,21 +247,31 @@ private slots:
         QCOMPARE(W::Profiles(w), model.profiles);
     }
 
-    // The typed arguments follow the profile's own, split as they are; nothing is stored.
-    void launchWithArguments()
+    // Return in the filter launches the current profile, and nothing when no row is shown. The
+    // typed arguments, split on their own, follow the profile's, whose open quote does not
+    // swallow them; nothing is stored.
+    void launches()
     {
         const QString record = UsePrivateDataLocation() + "/oneoff.jsonl";
         qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(record));
         qputenv("NIMBRA_STANDIN_QUIT", "1");
         MainWindow w;
+        for (const char* filter : {"zzz", "wat"}) {
+            W::Filter(w)->setText(filter);
+            QTest::keyClick(W::Filter(w), Qt::Key_Return);
+        }
+        W::Filter(w)->clear();
         W::Select(w, 2); // Tablet: " -t"
-        ModalAnswerer answerer({"-x \"a b\"|OK"});
-        W::ListAction(w, "Launch with Arguments\u2026")->trigger();
-        QTRY_COMPARE_WITH_TIMEOUT(Recorded(record).size(), 1, 15000);
-        QCOMPARE(Recorded(record)[0].mid(Recorded(record)[0].indexOf("-t")),
-                 (QStringList{"-t", "-x", "a b"}));
-        QCOMPARE(answerer.seen,
+        W::Arguments(w)->setText(" -title \"unterminated");
+        QCOMPARE(Triggered(w, "Launch with Arguments\u2026", {"-x y|OK"}),
                  QStringList{"Launch with Arguments|Arguments for this launch only:|"});
+        QTRY_COMPARE_WITH_TIMEOUT(Recorded(record).size(), 2, 15000);
+        QList<QStringList> launched;
+        for (const QStringList& argv : Recorded(record))
+            launched.append(argv.mid(argv.indexOf("-profile-name") + 1));
+        std::sort(launched.begin(), launched.end());
+        QCOMPARE(launched, (QList<QStringList>{{"Tablet", "-title", "unterminated", "-x", "y"},
+                                               {"Watch", "-b"}}));
         QCOMPARE(W::Profiles(w)[2].arguments, " -t");
         qunsetenv("NIMBRA_STANDIN_RECORD");
     }
@@ -238,28 +283,41 @@ private slots:
         const auto entry = [&](const QString& name) {
             return folder + u'/' + DesktopEntry::FileName(name);
         };
+        const QString rename = "Rename\u2026";
         W::Select(w, 1);
         W::ListAction(w, "Add to Applications Menu")->trigger();
         QVERIFY(ReadBytes(entry("Phone HD")).contains("Name=Phone HD\n"));
-        // Renamed with its profile, asked before a hand-edited one is replaced.
-        QVERIFY(WriteText(entry("Cell"), "[Desktop Entry]\nName=Mine\n"));
-        {
-            ModalAnswerer answerer({"Cell|OK", "No"});
-            W::ListAction(w, "Rename\u2026")->trigger();
-            QCOMPARE(answerer.seen.size(), 2);
-        }
-        QCOMPARE(ReadBytes(entry("Cell")), "[Desktop Entry]\nName=Mine\n");
+        // Renamed with its profile; an entry edited by hand, at either name, goes only on a yes.
+        const QByteArray mine = "[Desktop Entry]\nName=Mine\n";
+        QVERIFY(WriteText(entry("Cell"), mine));
+        QCOMPARE(Triggered(w, rename, {"Cell|OK", "No"}).size(), 2);
+        QCOMPARE(ReadBytes(entry("Cell")), mine);
         QVERIFY(QFileInfo::exists(entry("Phone HD")));
+        W::Select(w, 3);
+        QVERIFY(WriteText(entry("Watch"), mine));
+        QCOMPARE(Triggered(w, rename, {"Clock|OK", "No"}).size(), 2);
+        QCOMPARE(ReadBytes(entry("Watch")), mine);
+        QVERIFY(!QFileInfo::exists(entry("Clock")));
+        // Written from where the launcher was before: still ours, followed without asking.
+        W::Select(w, 2);
+        QVERIFY(WriteText(entry("Tablet"), DesktopEntry::Text("Tablet", "/moved/x").toUtf8()));
+        QCOMPARE(Triggered(w, rename, {"Tab|OK"}).size(), 1);
+        QVERIFY(QFileInfo::exists(entry("Tab")) && !QFileInfo::exists(entry("Tablet")));
+
+        W::Select(w, 1);
         W::ListAction(w, "Remove from Applications Menu")->trigger();
         QVERIFY(!QFileInfo::exists(entry("Cell")));
+        // A removal that fails gives the system's reason and leaves the entry.
+        QVERIFY(QDir().mkpath(entry("Cell") + "/busy"));
+        QVERIFY(Triggered(w, "Remove from Applications Menu", {"OK"})
+                    .value(0)
+                    .contains("could not be removed.\n\nReason: "));
+        QVERIFY(QFileInfo(entry("Cell")).isDir());
         // A folder that can't be written: the system's reason, nothing changed.
         QVERIFY(QDir(folder).removeRecursively() && WriteText(folder, "not a folder\n"));
-        ModalAnswerer answerer({"OK"});
-        W::ListAction(w, "Add to Applications Menu")->trigger();
-        QCOMPARE(answerer.seen.size(), 1);
-        QVERIFY2(
-            answerer.seen[0].contains("could not be added to the applications menu.\n\nReason: "),
-            qPrintable(answerer.seen[0]));
+        QVERIFY(Triggered(w, "Add to Applications Menu", {"OK"})
+                    .value(0)
+                    .contains("could not be added to the applications menu.\n\nReason: "));
         QVERIFY(QFile::remove(folder));
     }
 };

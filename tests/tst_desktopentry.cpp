@@ -12,7 +12,7 @@
 
 namespace {
 
-// A string value as the specification reads it.
+// A string value read by the Desktop Entry rules: its escapes undone.
 QString Unescape(const QString& value)
 {
     QString out;
@@ -80,22 +80,34 @@ private slots:
     void readBack_data()
     {
         QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("carried");
         const QStringList names = {"Phone HD",       "50% off %f %u",           "$HOME and ${PATH}",
                                    "`id` $(id)",     "back\\slash \\\\ end",    "it's 'single'",
                                    "Größe 分辨率 📱", "  blanks at both ends  ", "tab\there",
                                    "#;~<>|&*?()[]=", "\\s\\n literal"};
         for (const QString& name : names)
-            QTest::newRow(qPrintable(name)) << name;
+            QTest::newRow(qPrintable(name)) << name << true;
+        // Names the launcher takes that no string value can carry, escaped or not: no entry.
+        QTest::newRow("SOH") << "start \x01 of heading" << false;
+        QTest::newRow("DEL") << "delete \x7f" << false;
+        QTest::newRow("ESC") << "\x1b[31mred" << false;
     }
 
     void readBack()
     {
         QFETCH(QString, name);
+        QFETCH(bool, carried);
         QCOMPARE(NameFormatFault(name), NameFault::None);
         const QString companion = QStringLiteral("/opt/Nimbra $x/App 100%/nimbra-mobile-launch");
         const QString text = DesktopEntry::Text(name, companion);
+        QCOMPARE(text.isEmpty(), !carried);
+        if (!carried)
+            return;
         QCOMPARE(Value(text, "Name"), name);
         QCOMPARE(ExecArguments(Value(text, "Exec")), (QStringList{companion, name}));
+        // Ours from wherever the companion was; anything else changed is a hand edit.
+        QVERIFY(DesktopEntry::IsUnchanged(text, name));
+        QVERIFY(DesktopEntry::IsUnchanged(DesktopEntry::Text(name, "/usr/bin/x"), name));
         QVERIFY(QRegularExpression(QStringLiteral("^[A-Za-z0-9_.-]+\\.desktop$"))
                     .match(DesktopEntry::FileName(name))
                     .hasMatch());

@@ -69,7 +69,7 @@ QStringList LayoutOrder(const QWidget& window)
                                             "Remove resolution|Pixel Density|Add pixel density|"
                                             "Remove pixel density|Input|Arguments")
                                  .split(u'|');
-    // The filter, an addition, comes after the design's controls.
+    // The filter comes after every other control.
     return form + (helpFirst ? QStringList{"Help", "Launch"} : QStringList{"Launch", "Help"}) +
            QStringList{"Filter profiles"};
 }
