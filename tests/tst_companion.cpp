@@ -1,7 +1,8 @@
 // nimbra-mobile-launch's commands, run in process: what reading commands print, bad usage and
 // its exit statuses, --list streaming the names the model has, and --export and --import: a
 // round trip launches the same, a merge never clobbers, and an import is refused, with the
-// file untouched, while it can't be safe. Launches are tst_companionlaunch's.
+// file untouched, while it can't be safe; and --help against the manual page. Launches are
+// tst_companionlaunch's.
 #include "commands.h"
 #include "filelocations.h"
 #include "launchcommand.h"
@@ -12,10 +13,12 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -34,6 +37,9 @@ const QByteArray ClashingFile = "$VERSION\t106\n[Profile]\n"
                                 "[Resolution]\n\"Default\"\t\"\"\n"
                                 "\"Tiny\"\t\" -windowsize 240x320\"\n"
                                 "[PixelDensity]\n\"Default\"\t\"\"\n[Input]\n\"Touch\"\t\"\"\n";
+
+// What stands in the way of an import's write.
+enum Obstacle { None, FolderIsAFile, LockHeld };
 
 struct Run
 {
@@ -75,6 +81,34 @@ QStringList LaunchArguments(const QString& path, const QString& name)
                    : BuildLaunchCommand(ResolveFileName(EmulatorFile), model.sections,
                                         model.profiles[row])
                          .arguments;
+}
+
+QStringList Matches(const QString& pattern, const QString& text)
+{
+    QStringList found;
+    for (const QRegularExpressionMatch& m : QRegularExpression(pattern).globalMatch(text))
+        found.append(m.captured(1) + m.captured(2));
+    return found;
+}
+
+// The manual page's synopsis as plain forms, one per .br: .B and .I space their words, the
+// alternating macros (.RB, .IR, ...) join theirs.
+QStringList ManualSynopsis(QString page)
+{
+    page.replace(QStringLiteral("\\-"), QStringLiteral("-"));
+    QStringList forms{QString()};
+    const QString synopsis = page.section(QStringLiteral(".SH SYNOPSIS\n"), 1).section(".SH", 0, 0);
+    for (const QString& line : synopsis.split(u'\n', Qt::SkipEmptyParts)) {
+        if (line == QLatin1String(".br")) {
+            forms.append(QString());
+            continue;
+        }
+        const QString macro = line.section(u' ', 0, 0);
+        const QStringList words = Matches("\"([^\"]*)\"|(\\S+)", line.section(u' ', 1));
+        forms.last() +=
+            (forms.last().isEmpty() ? "" : " ") + words.join(macro.size() == 2 ? " " : "");
+    }
+    return forms;
 }
 
 } // namespace
@@ -154,8 +188,14 @@ private slots:
         refused("unknown name: close names, either containing the other, or a slip away",
                 {"--command", "phone"}, 2,
                 "No profile named \"phone\".\nClose names:\n  Phone HD\n");
+        refused("unknown name: a profile's name inside it", {"--command", "My Watch profile"}, 2,
+                "No profile named \"My Watch profile\".\nClose names:\n  Watch\n");
         refused("unknown name: a typing slip", {"Tablte", "-x"}, 2,
                 "No profile named \"Tablte\".\nClose names:\n  Tablet\n");
+        refused("empty name: inside every name, close to none", {""}, 2,
+                "No profile named \"\".\n");
+        refused("blank name: inside names with a space, close to none", {"--command", " "}, 2,
+                "No profile named \" \".\n");
         refused("one unknown name fails the export, none close", {"--export", "Base", "Laptop"}, 2,
                 "No profile named \"Laptop\".\n");
         refused("unknown option", {"--lsit"}, 2, "Unknown option --lsit.");
@@ -182,6 +222,10 @@ private slots:
         refused("out-of-date file to import", {"--import", "@/junk.ini"}, 1,
                 "@/junk.ini is not a Launcher.ini of a version this program reads (version 0): "
                 "nothing imported.\n");
+        // No file of /proc moves, even for root.
+        refused("out-of-date target that can't be set aside",
+                {"--file", "/proc/version", "--import", "@/data/Nimbra Mobile/Launcher.ini"}, 1,
+                "/proc/version is out of date and cannot be set aside: nothing imported.\n");
     }
 
     void commands()
@@ -206,6 +250,37 @@ private slots:
         QCOMPARE(run.out, out.isNull() ? defaults.join(u'\n').toUtf8() + '\n' : Expand(out));
         if (!userFile.isNull())
             QCOMPARE(ReadBytes(UserConfigPath()), userFile);
+    }
+
+    // --help and the manual page give the same forms, options and exit statuses.
+    void usageAndManualPageAgree()
+    {
+        const Run help = Companion({"--help"});
+        QCOMPARE(help.status, 0);
+        const QString usage = QString::fromUtf8(help.out);
+        const QString page =
+            QString::fromUtf8(ReadBytes(SourceResource("../packaging/nimbra-mobile-launch.1")));
+        QStringList forms = usage.section("\n\n", 0, 0).split(u'\n');
+        for (QString& form : forms)
+            form.remove(0, 7); // "Usage: " or its indent
+        QCOMPARE(ManualSynopsis(page), forms);
+
+        const auto options = [](const QString& text) {
+            QStringList found = Matches("(--[a-z][a-z-]*)", QString(text).replace("\\-", "-"));
+            found.removeDuplicates();
+            found.sort();
+            return found;
+        };
+        QCOMPARE(options(usage).size(), 13);
+        QCOMPARE(options(page), options(usage));
+        const auto statuses = [](const QString& text) {
+            QStringList found = Matches("\\b(\\d+)\\b", text);
+            found.removeDuplicates();
+            found.sort();
+            return found;
+        };
+        QCOMPARE(statuses(page.section(".SH EXIT STATUS", 1).section(".SH", 0, 0)),
+                 statuses(usage.section("Exit status:", 1)));
     }
 
     void exportThenImportLaunchesTheSame()
@@ -255,41 +330,49 @@ private slots:
 
     // An out-of-date target is set aside as the launcher would; one that can't be read is never
     // overwritten, and a regular file where the data folder should be can't hold one, even for
-    // root. The file to import stays as it was.
+    // root. Another writer that keeps its lock keeps the import out. The file to import stays
+    // as it was.
     void importTarget_data()
     {
         QTest::addColumn<QByteArray>("target"); // a folder when null
-        QTest::addColumn<bool>("blocked");
+        QTest::addColumn<int>("obstacle");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("kept"); // where the target is afterwards, in the data folder
         QTest::addColumn<QByteArray>("err");
         QTest::newRow("out of date: set aside")
-            << QByteArray("$VERSION 102\n") << false << 0 << "Launcher.102.ini"
+            << QByteArray("$VERSION 102\n") << int(None) << 0 << "Launcher.102.ini"
             << QByteArray("@/data/Nimbra Mobile/Launcher.ini is out of date and was renamed to "
                           "@/data/Nimbra Mobile/Launcher.102.ini; starting from the defaults.\n");
         QTest::newRow("unreadable: a folder")
-            << QByteArray() << false << 1 << QString()
+            << QByteArray() << int(None) << 1 << QString()
             << QByteArray("Cannot read @/data/Nimbra Mobile/Launcher.ini: nothing imported.\n");
         QTest::newRow("unwritable folder")
-            << TestConfig() << true << 1 << "Launcher.ini"
+            << TestConfig() << int(FolderIsAFile) << 1 << "Launcher.ini"
             << QByteArray("Cannot write @/blocked/Nimbra Mobile/Launcher.ini: nothing "
                           "imported.\n");
+        QTest::newRow("another writer's lock, held throughout")
+            << TestConfig() << int(LockHeld) << 1 << "Launcher.ini"
+            << QByteArray("Another program is writing @/data/Nimbra Mobile/Launcher.ini: "
+                          "nothing imported.\n");
     }
 
     void importTarget()
     {
         QFETCH(QByteArray, target);
-        QFETCH(bool, blocked);
+        QFETCH(int, obstacle);
         QFETCH(int, status);
         QFETCH(QString, kept);
         QFETCH(QByteArray, err);
         QVERIFY(target.isNull() ? QDir().mkpath(UserConfigPath())
                                 : WriteText(UserConfigPath(), target));
         QVERIFY(WriteText(Path("clash.ini"), ClashingFile));
-        if (blocked) {
+        if (obstacle == FolderIsAFile) {
             QVERIFY(WriteText(Path("blocked"), "not a folder\n"));
             qputenv("XDG_DATA_HOME", QFile::encodeName(Path("blocked")));
         }
+        std::optional<UserFile::WriterLock> lock;
+        if (obstacle == LockHeld)
+            lock.emplace(UserConfigPath());
 
         const Run run = Companion({"--import", Path("clash.ini")});
         QCOMPARE(run.status, status);

@@ -1,14 +1,12 @@
 // nimbra-mobile-launch as a process, for what needs one: the emulator it starts (the arguments
-// the stand-in receives), --wait and the exit statuses, the real launcher's lock keeping an
-// import out, and the usage it prints against its manual page. The commands' other rules are
-// tst_companion's.
+// the stand-in receives), --wait and the exit statuses, and an import while the real launcher
+// runs. The commands' other rules are tst_companion's.
 #include "instancepaths.h"
 #include "testenv.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
@@ -141,26 +139,6 @@ private slots:
         QVERIFY(launcher.waitForFinished(15000));
         QCOMPARE(launcher.exitCode(), 0);
         QVERIFY(ReadBytes(UserConfigPath()).contains("\"Imported\""));
-    }
-
-    // The usage and the manual page name the same options.
-    void usageAndManualPageAgree()
-    {
-        const auto options = [](QString text) {
-            text.replace(QStringLiteral("\\-"), QStringLiteral("-"));
-            QStringList found;
-            for (const QRegularExpressionMatch& m :
-                 QRegularExpression(QStringLiteral("(--[a-z]+)")).globalMatch(text))
-                found.append(m.captured(1));
-            found.removeDuplicates();
-            found.sort();
-            return found;
-        };
-        const Run help = Companion({"--help"});
-        QCOMPARE(help.status, 0);
-        const QStringList usage = options(QString::fromUtf8(help.out));
-        QCOMPARE(usage.size(), 12);
-        QCOMPARE(options(QString::fromUtf8(ReadBytes(QStringLiteral(MANUAL_PAGE)))), usage);
     }
 };
 
