@@ -2,7 +2,6 @@
 // own saves do.
 #include "commands.h"
 
-#include "fileformat.h"
 #include "filelocations.h"
 #include "loading.h"
 #include "profiletransfer.h"
