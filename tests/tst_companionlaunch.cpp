@@ -13,6 +13,8 @@
 
 #include <memory>
 
+#include <signal.h>
+
 namespace {
 
 struct Run
@@ -31,6 +33,15 @@ Run Companion(const QStringList& arguments, const QString& program = COMPANION)
         process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
     return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
             process.readAllStandardError()};
+}
+
+// Whether the process has a handler for SIGTERM, from the mask of caught signals in its status.
+bool CatchesTerm(qint64 pid)
+{
+    const QByteArray status = ReadBytes(QStringLiteral("/proc/%1/status").arg(pid));
+    const qsizetype at = status.indexOf("SigCgt:");
+    const quint64 caught = status.mid(at + 7, 17).trimmed().toULongLong(nullptr, 16);
+    return at >= 0 && (caught >> (SIGTERM - 1) & 1);
 }
 
 } // namespace
@@ -127,10 +138,12 @@ private slots:
         });
         launcher.setProcessChannelMode(QProcess::MergedChannels);
         launcher.start(LAUNCHER_EXECUTABLE, {});
-        // Its file is read once it traces the lookup.
+        // Its file is read once it traces the lookup; SIGTERM is a quit once it catches it,
+        // which it starts to do only after that.
         QByteArray output;
         QTRY_VERIFY_WITH_TIMEOUT((output += launcher.readAll()).contains("GetFileName( 0 )"),
                                  15000);
+        QTRY_VERIFY_WITH_TIMEOUT(CatchesTerm(launcher.processId()), 15000);
 
         const Run run = Companion({"--import", Path("team.ini")});
         QCOMPARE(run.status, 0);
