@@ -83,34 +83,6 @@ QStringList LaunchArguments(const QString& path, const QString& name)
                          .arguments;
 }
 
-QStringList Matches(const QString& pattern, const QString& text)
-{
-    QStringList found;
-    for (const QRegularExpressionMatch& m : QRegularExpression(pattern).globalMatch(text))
-        found.append(m.captured(1) + m.captured(2));
-    return found;
-}
-
-// The manual page's synopsis as plain forms, one per .br: .B and .I space their words, the
-// alternating macros (.RB, .IR, ...) join theirs.
-QStringList ManualSynopsis(QString page)
-{
-    page.replace(QStringLiteral("\\-"), QStringLiteral("-"));
-    QStringList forms{QString()};
-    const QString synopsis = page.section(QStringLiteral(".SH SYNOPSIS\n"), 1).section(".SH", 0, 0);
-    for (const QString& line : synopsis.split(u'\n', Qt::SkipEmptyParts)) {
-        if (line == QLatin1String(".br")) {
-            forms.append(QString());
-            continue;
-        }
-        const QString macro = line.section(u' ', 0, 0);
-        const QStringList words = Matches("\"([^\"]*)\"|(\\S+)", line.section(u' ', 1));
-        forms.last() +=
-            (forms.last().isEmpty() ? "" : " ") + words.join(macro.size() == 2 ? " " : "");
-    }
-    return forms;
-}
-
 } // namespace
 
 class CompanionTest : public QObject
@@ -255,32 +227,32 @@ private slots:
     // --help and the manual page give the same forms, options and exit statuses.
     void usageAndManualPageAgree()
     {
-        const Run help = Companion({"--help"});
-        QCOMPARE(help.status, 0);
-        const QString usage = QString::fromUtf8(help.out);
-        const QString page =
-            QString::fromUtf8(ReadBytes(SourceResource("../packaging/nimbra-mobile-launch.1")));
-        QStringList forms = usage.section("\n\n", 0, 0).split(u'\n');
-        for (QString& form : forms)
-            form.remove(0, 7); // "Usage: " or its indent
-        QCOMPARE(ManualSynopsis(page), forms);
-
-        const auto options = [](const QString& text) {
-            QStringList found = Matches("(--[a-z][a-z-]*)", QString(text).replace("\\-", "-"));
+        const QString usage = QString::fromUtf8(Companion({"--help"}).out);
+        QString page = ReadBytes(SourceResource("../packaging/nimbra-mobile-launch.1"));
+        page.replace("\\-", "-");
+        // Each form without spaces, quotes and the manual page's font macros.
+        const auto forms = [](const QString& text, const char* separator) {
+            QStringList forms = text.split(separator);
+            for (QString& form : forms)
+                form.remove(QRegularExpression("^\\.[A-Z]+|Usage:|[\\s\"]",
+                                               QRegularExpression::MultilineOption));
+            return forms;
+        };
+        QCOMPARE(forms(page.section(".SH SYNOPSIS\n", 1).section(".SH", 0, 0), ".br\n"),
+                 forms(usage.section("\n\n", 0, 0), "\n"));
+        const auto found = [](const char* pattern, const QString& text) {
+            QStringList found;
+            for (const QRegularExpressionMatch& m : QRegularExpression(pattern).globalMatch(text))
+                found.append(m.captured());
             found.removeDuplicates();
             found.sort();
             return found;
         };
-        QCOMPARE(options(usage).size(), 13);
-        QCOMPARE(options(page), options(usage));
-        const auto statuses = [](const QString& text) {
-            QStringList found = Matches("\\b(\\d+)\\b", text);
-            found.removeDuplicates();
-            found.sort();
-            return found;
-        };
-        QCOMPARE(statuses(page.section(".SH EXIT STATUS", 1).section(".SH", 0, 0)),
-                 statuses(usage.section("Exit status:", 1)));
+        const char* option = "--[a-z][a-z-]*";
+        QCOMPARE(found(option, usage).size(), 13);
+        QCOMPARE(found(option, page), found(option, usage));
+        QCOMPARE(found("\\b\\d+\\b", page.section(".SH EXIT STATUS", 1).section(".SH", 0, 0)),
+                 found("\\b\\d+\\b", usage.section("Exit status:", 1)));
     }
 
     void exportThenImportLaunchesTheSame()
