@@ -181,7 +181,8 @@ QString UsageText()
         "       nimbra-mobile-launch [--file PATH] --export [NAME...]\n"
         "       nimbra-mobile-launch [--file PATH] --import FILE\n"
         "       nimbra-mobile-launch --running [--json]\n"
-        "       nimbra-mobile-launch [--file PATH] --stop NAME | --stop-all\n"
+        "       nimbra-mobile-launch [--file PATH] --stop NAME\n"
+        "       nimbra-mobile-launch --stop-all\n"
         "       nimbra-mobile-launch --help | --version\n"
         "\n"
         "Starts the Nimbra Mobile emulator with a profile of the launcher, detached, with the\n"
@@ -202,5 +203,6 @@ QString UsageText()
         "  --              ends the options, for a profile name that starts with a dash\n"
         "\n"
         "Exit status: 0 on success, 1 on an error or when --stop finds nothing running,\n"
-        "2 on bad usage or an unknown profile; with --wait, the emulator's status.\n");
+        "2 on bad usage or an unknown profile, 127 when the emulator cannot be started;\n"
+        "with --wait, the emulator's status.\n");
 }

@@ -1,23 +1,23 @@
-// --import: the one command that writes, under the short lock every writer of the file takes.
+// --import: the one command that writes, through the user-file unit's save as the launcher's
+// own saves do.
 #include "commands.h"
 
-#include "fileformat.h"
 #include "filelocations.h"
 #include "loading.h"
 #include "profiletransfer.h"
 
 namespace {
 
-// The target's model: an out-of-date or missing file starts from the defaults, as the
+// The target as loaded: an out-of-date or missing file starts from the defaults, as the
 // launcher would. An out-of-date file is kept under the name the launcher gives it.
-bool LoadTarget(const QString& path, ConfigModel& model, const Console& console)
+bool LoadTarget(const QString& path, UserFile::Loaded& loaded, const Console& console)
 {
     using UserFile::UserState;
     UserFile::LoadRequest request;
     request.userPath = path;
     request.defaultsPath = [] { return GetFileName(DefaultConfigFile); };
     request.setAside = [&path](qint32 version) { return UserFile::SetFileAside(path, version); };
-    UserFile::Loaded loaded = UserFile::Load(request);
+    loaded = UserFile::Load(request);
     switch (loaded.user) {
     case UserState::KeptInPlace:
         // One that can't move would be overwritten.
@@ -39,10 +39,7 @@ bool LoadTarget(const QString& path, ConfigModel& model, const Console& console)
     case UserState::Outdated:
         break;
     }
-    if (!ExplainDefaults(loaded, console))
-        return false;
-    model = std::move(loaded.model);
-    return true;
+    return ExplainDefaults(loaded, console);
 }
 
 QString Report(const MergeReport& report, const ConfigModel& target, const QString& file)
@@ -93,23 +90,25 @@ int ImportProfiles(const Options& options, const Console& console)
     if (!LoadSource(options.importFile, source, console))
         return ExitStatus::Failed;
 
-    // A launcher that runs merges what this writes, so only the moment of writing is guarded,
-    // by the lock its own save takes too.
     const QString path = options.file.isEmpty() ? GetFileName(UserConfigFile) : options.file;
-    const UserFile::WriterLock lock(path);
-    if (lock.HeldElsewhere()) {
-        console.PrintError(
-            QStringLiteral("Another program is writing %1: nothing imported.\n").arg(path));
-        return ExitStatus::Failed;
+    UserFile::Loaded target;
+    {
+        // Read and set aside under the lock every writer of the file takes; the save takes it
+        // again and merges in what another writer wrote in between.
+        const UserFile::WriterLock lock(path);
+        if (lock.HeldElsewhere()) {
+            console.PrintError(
+                QStringLiteral("Another program is writing %1: nothing imported.\n").arg(path));
+            return ExitStatus::Failed;
+        }
+        if (!LoadTarget(path, target, console))
+            return ExitStatus::Failed;
     }
-    ConfigModel target;
-    if (!LoadTarget(path, target, console))
-        return ExitStatus::Failed;
-    const MergeReport report = MergeModel(target, source);
-    if (!Config::WriteFile(path, target)) {
+    const MergeReport report = MergeModel(target.model, source);
+    if (UserFile::Save(path, target.model, target.baseline) != UserFile::SaveResult::Written) {
         console.PrintError(QStringLiteral("Cannot write %1: nothing imported.\n").arg(path));
         return ExitStatus::Failed;
     }
-    console.Print(Report(report, target, options.importFile));
+    console.Print(Report(report, target.model, options.importFile));
     return ExitStatus::Ok;
 }

@@ -94,6 +94,9 @@ int FindOrExplain(const QList<Profile>& profiles, const QString& name, const Con
 QStringList CloseNames(const QStringList& names, const QString& name)
 {
     const QString wanted = name.toCaseFolded();
+    // A blank name is inside nearly every name and close to none.
+    if (wanted.trimmed().isEmpty())
+        return {};
     // Typing slips grow with the name; a third of it, at least one character.
     const int limit = std::max(1, int(wanted.size()) / 3);
     QList<std::pair<int, QString>> ranked;

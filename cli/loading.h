@@ -18,5 +18,5 @@ bool LoadForReading(const Options& options, ConfigModel& model, const Console& c
 int FindOrExplain(const QList<Profile>& profiles, const QString& name, const Console& console);
 
 // Up to three of names close to name: equal but for case, containing it or contained in it
-// (ignoring case), or a small edit away; closest first.
+// (ignoring case), or a small edit away; closest first. None for a blank name.
 QStringList CloseNames(const QStringList& names, const QString& name);

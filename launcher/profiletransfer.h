@@ -1,6 +1,6 @@
 // Profiles moved between models: the export of a few profiles with only the options they use,
-// and the one merge of one model into another, used by --import and by a save that meets a
-// file someone else wrote. No widgets.
+// and the merge of one model into another that --import uses. (A save that meets a file
+// someone else wrote merges three ways instead: threewaymerge.) No widgets.
 #pragma once
 
 #include "model.h"

@@ -1,7 +1,8 @@
 // nimbra-mobile-launch's commands, run in process: what reading commands print, bad usage and
 // its exit statuses, --list streaming the names the model has, and --export and --import: a
 // round trip launches the same, a merge never clobbers, and an import is refused, with the
-// file untouched, while it can't be safe. Launches are tst_companionlaunch's.
+// file untouched, while it can't be safe; and --help against the manual page. Launches are
+// tst_companionlaunch's.
 #include "commands.h"
 #include "filelocations.h"
 #include "launchcommand.h"
@@ -12,10 +13,12 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -34,6 +37,9 @@ const QByteArray ClashingFile = "$VERSION\t106\n[Profile]\n"
                                 "[Resolution]\n\"Default\"\t\"\"\n"
                                 "\"Tiny\"\t\" -windowsize 240x320\"\n"
                                 "[PixelDensity]\n\"Default\"\t\"\"\n[Input]\n\"Touch\"\t\"\"\n";
+
+// What stands in the way of an import's write.
+enum Obstacle { None, FolderIsAFile, LockHeld };
 
 struct Run
 {
@@ -154,8 +160,14 @@ private slots:
         refused("unknown name: close names, either containing the other, or a slip away",
                 {"--command", "phone"}, 2,
                 "No profile named \"phone\".\nClose names:\n  Phone HD\n");
+        refused("unknown name: a profile's name inside it", {"--command", "My Watch profile"}, 2,
+                "No profile named \"My Watch profile\".\nClose names:\n  Watch\n");
         refused("unknown name: a typing slip", {"Tablte", "-x"}, 2,
                 "No profile named \"Tablte\".\nClose names:\n  Tablet\n");
+        refused("empty name: inside every name, close to none", {""}, 2,
+                "No profile named \"\".\n");
+        refused("blank name: inside names with a space, close to none", {"--command", " "}, 2,
+                "No profile named \" \".\n");
         refused("one unknown name fails the export, none close", {"--export", "Base", "Laptop"}, 2,
                 "No profile named \"Laptop\".\n");
         refused("unknown option", {"--lsit"}, 2, "Unknown option --lsit.");
@@ -182,6 +194,10 @@ private slots:
         refused("out-of-date file to import", {"--import", "@/junk.ini"}, 1,
                 "@/junk.ini is not a Launcher.ini of a version this program reads (version 0): "
                 "nothing imported.\n");
+        // No file of /proc moves, even for root.
+        refused("out-of-date target that can't be set aside",
+                {"--file", "/proc/version", "--import", "@/data/Nimbra Mobile/Launcher.ini"}, 1,
+                "/proc/version is out of date and cannot be set aside: nothing imported.\n");
     }
 
     void commands()
@@ -206,6 +222,37 @@ private slots:
         QCOMPARE(run.out, out.isNull() ? defaults.join(u'\n').toUtf8() + '\n' : Expand(out));
         if (!userFile.isNull())
             QCOMPARE(ReadBytes(UserConfigPath()), userFile);
+    }
+
+    // --help and the manual page give the same forms, options and exit statuses.
+    void usageAndManualPageAgree()
+    {
+        const QString usage = QString::fromUtf8(Companion({"--help"}).out);
+        QString page = ReadBytes(SourceResource("../packaging/nimbra-mobile-launch.1"));
+        page.replace("\\-", "-");
+        // Each form without spaces, quotes and the manual page's font macros.
+        const auto forms = [](const QString& text, const char* separator) {
+            QStringList forms = text.split(separator);
+            for (QString& form : forms)
+                form.remove(QRegularExpression("^\\.[A-Z]+|Usage:|[\\s\"]",
+                                               QRegularExpression::MultilineOption));
+            return forms;
+        };
+        QCOMPARE(forms(page.section(".SH SYNOPSIS\n", 1).section(".SH", 0, 0), ".br\n"),
+                 forms(usage.section("\n\n", 0, 0), "\n"));
+        const auto found = [](const char* pattern, const QString& text) {
+            QStringList found;
+            for (const QRegularExpressionMatch& m : QRegularExpression(pattern).globalMatch(text))
+                found.append(m.captured());
+            found.removeDuplicates();
+            found.sort();
+            return found;
+        };
+        const char* option = "--[a-z][a-z-]*";
+        QCOMPARE(found(option, usage).size(), 13);
+        QCOMPARE(found(option, page), found(option, usage));
+        QCOMPARE(found("\\b\\d+\\b", page.section(".SH EXIT STATUS", 1).section(".SH", 0, 0)),
+                 found("\\b\\d+\\b", usage.section("Exit status:", 1)));
     }
 
     void exportThenImportLaunchesTheSame()
@@ -255,41 +302,49 @@ private slots:
 
     // An out-of-date target is set aside as the launcher would; one that can't be read is never
     // overwritten, and a regular file where the data folder should be can't hold one, even for
-    // root. The file to import stays as it was.
+    // root. Another writer that keeps its lock keeps the import out. The file to import stays
+    // as it was.
     void importTarget_data()
     {
         QTest::addColumn<QByteArray>("target"); // a folder when null
-        QTest::addColumn<bool>("blocked");
+        QTest::addColumn<int>("obstacle");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("kept"); // where the target is afterwards, in the data folder
         QTest::addColumn<QByteArray>("err");
         QTest::newRow("out of date: set aside")
-            << QByteArray("$VERSION 102\n") << false << 0 << "Launcher.102.ini"
+            << QByteArray("$VERSION 102\n") << int(None) << 0 << "Launcher.102.ini"
             << QByteArray("@/data/Nimbra Mobile/Launcher.ini is out of date and was renamed to "
                           "@/data/Nimbra Mobile/Launcher.102.ini; starting from the defaults.\n");
         QTest::newRow("unreadable: a folder")
-            << QByteArray() << false << 1 << QString()
+            << QByteArray() << int(None) << 1 << QString()
             << QByteArray("Cannot read @/data/Nimbra Mobile/Launcher.ini: nothing imported.\n");
         QTest::newRow("unwritable folder")
-            << TestConfig() << true << 1 << "Launcher.ini"
+            << TestConfig() << int(FolderIsAFile) << 1 << "Launcher.ini"
             << QByteArray("Cannot write @/blocked/Nimbra Mobile/Launcher.ini: nothing "
                           "imported.\n");
+        QTest::newRow("another writer's lock, held throughout")
+            << TestConfig() << int(LockHeld) << 1 << "Launcher.ini"
+            << QByteArray("Another program is writing @/data/Nimbra Mobile/Launcher.ini: "
+                          "nothing imported.\n");
     }
 
     void importTarget()
     {
         QFETCH(QByteArray, target);
-        QFETCH(bool, blocked);
+        QFETCH(int, obstacle);
         QFETCH(int, status);
         QFETCH(QString, kept);
         QFETCH(QByteArray, err);
         QVERIFY(target.isNull() ? QDir().mkpath(UserConfigPath())
                                 : WriteText(UserConfigPath(), target));
         QVERIFY(WriteText(Path("clash.ini"), ClashingFile));
-        if (blocked) {
+        if (obstacle == FolderIsAFile) {
             QVERIFY(WriteText(Path("blocked"), "not a folder\n"));
             qputenv("XDG_DATA_HOME", QFile::encodeName(Path("blocked")));
         }
+        std::optional<UserFile::WriterLock> lock;
+        if (obstacle == LockHeld)
+            lock.emplace(UserConfigPath());
 
         const Run run = Companion({"--import", Path("clash.ini")});
         QCOMPARE(run.status, status);

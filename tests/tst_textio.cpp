@@ -1,5 +1,5 @@
-// The hand-written encoder and chunked reader held to the Qt calls they stand for, on text
-// that is not ASCII, wherever a chunk ends.
+// The hand-written encoder, alone and as the saver uses it, and the chunked reader held to the
+// Qt calls they stand for, on text that is not ASCII, wherever a chunk ends.
 #include "fileformat.h"
 #include "records.h"
 #include "testenv.h"
@@ -65,6 +65,11 @@ private slots:
         QByteArray bytes(expected.size() + 8, '\0');
         QCOMPARE(TextIO::AppendUtf8(bytes.data(), text) - bytes.data(), expected.size());
         QCOMPARE(bytes.left(expected.size()), expected);
+
+        // And the whole file the saver writes: the text in a profile and in an option entry.
+        ConfigModel model{Config::NewSections(), {{text, text, {0, 0, 0}}}};
+        model.sections[1].entries = {{text, text}};
+        QCOMPARE(Config::FormatUtf8(model), Config::FormatText(model).toUtf8());
     }
 
     void readerEqualsTextStream_data() { encoderEqualsToUtf8_data(); }
