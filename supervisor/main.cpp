@@ -2,7 +2,8 @@
 // how a detached emulator ended, so they start this program detached instead, and it starts
 // the emulator with the launch's exact program and arguments as its child. It records the
 // launch among the running emulators until the emulator ends, keeps its output in a log, and
-// for the launcher leaves a record of a start that failed.
+// for the launcher leaves a record of a start that failed. A SIGTERM asks it to stop the
+// emulator (by force after the grace); an end so asked for is no failed start.
 //
 // nimbra-mobile-supervise [--attached | --report] --profile NAME --command TEXT
 //                         -- PROGRAM [ARG...]
@@ -79,13 +80,13 @@ int OpenLog(RunningEmulator& entry)
 }
 
 // What is left on record once the emulator has ended: a failed start for the launcher that
-// asked, otherwise nothing.
+// asked, otherwise nothing. A stop someone asked for ends no start that failed, however soon.
 void RecordEnd(RunningEmulator& entry, const QString& folder, bool report)
 {
     entry.endedMs = QDateTime::currentMSecsSinceEpoch();
-    const bool failed =
-        entry.state == RunningEmulator::State::NotStarted ||
-        Running::IsFailedStart(entry.startedMs, entry.endedMs, entry.exitCode, entry.signal);
+    const bool failed = entry.state == RunningEmulator::State::NotStarted ||
+                        (!StopWasAsked() && Running::IsFailedStart(entry.startedMs, entry.endedMs,
+                                                                   entry.exitCode, entry.signal));
     if (report && failed) {
         if (entry.state == RunningEmulator::State::Running)
             entry.state = RunningEmulator::State::StartFailed;
@@ -106,7 +107,7 @@ int main(int argc, char** argv)
                    stderr);
         return 2;
     }
-    SetUpSignals();
+    SetUpSignals(unsigned(Running::StopGraceMs / 1000));
     RunningEmulator entry;
     entry.profile = request.profile;
     entry.command = request.command;
