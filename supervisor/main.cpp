@@ -61,6 +61,19 @@ void Say(const QString& message)
     WriteAll(STDERR_FILENO, ("nimbra-mobile-supervise: " + message + u'\n').toLocal8Bit());
 }
 
+// The logs that running emulators still write, and that reports still point to; this launch's
+// own is not on record yet.
+QStringList LogsInUse()
+{
+    const Running::Registry registry = Running::Read(Running::Folder());
+    QStringList logs;
+    for (const QList<RunningEmulator>* entries : {&registry.running, &registry.reports}) {
+        for (const RunningEmulator& entry : *entries)
+            logs.append(entry.log);
+    }
+    return logs;
+}
+
 // A log for the launch, pruning older ones; -1, after a line on stderr, when there is none.
 int OpenLog(RunningEmulator& entry)
 {
@@ -71,7 +84,7 @@ int OpenLog(RunningEmulator& entry)
         Say(QStringLiteral("no log for this launch: %1").arg(error));
         return -1;
     }
-    LaunchLogs::Prune(folder);
+    LaunchLogs::Prune(folder, LogsInUse() << entry.log);
     const int fd =
         ::open(QFile::encodeName(entry.log).constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (fd < 0)

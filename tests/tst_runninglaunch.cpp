@@ -2,6 +2,7 @@
 // stand-in: --running names the emulator's own process and its log, --json says the same,
 // --stop and --stop-all end them, --wait still passes the output on and ends as the emulator
 // did, and a log folder that can't be written still launches.
+#include "launchlogs.h"
 #include "processidentity.h"
 #include "runningsupport.h"
 #include "testenv.h"
@@ -95,6 +96,19 @@ private slots:
         for (const char* name : {"Phone HD", "Phone HD", "Default"})
             QCOMPARE(Companion({name}).status, 0);
         QTRY_COMPARE_WITH_TIMEOUT(RunningLines().size(), 3, 15000);
+        // Ten newer logs of the profile, then a launch that prunes: the running emulators'
+        // logs stay (checked below), and so does its own.
+        QString logError;
+        for (int i = 1; i <= 10; ++i) {
+            QVERIFY(!LaunchLogs::Create(LaunchLogs::Folder(), "Phone HD", "cmd",
+                                        QDateTime::currentMSecsSinceEpoch() + i * 3600000,
+                                        &logError)
+                         .isEmpty());
+        }
+        qputenv("NIMBRA_STANDIN_QUIT", "1");
+        QCOMPARE(Companion({"--wait", "Phone HD"}).status, 0);
+        qunsetenv("NIMBRA_STANDIN_QUIT");
+        QCOMPARE(QDir(LaunchLogs::Folder()).entryList({"Phone HD.*"}).size(), 13);
         const QList<QStringList> lines = RunningLines();
         const QRegularExpression isoSeconds(
             QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d(Z|[+-]\\d\\d:\\d\\d)$"));
