@@ -165,6 +165,28 @@ private slots:
         QCOMPARE(none.out + none.err, QByteArray());
     }
 
+    // Whatever a name holds, each running emulator is one line of four fields.
+    void runningLineEscapes()
+    {
+        QProcess sleeper;
+        sleeper.start("/bin/sleep", {"30"});
+        QVERIFY(sleeper.waitForStarted());
+        RunningEmulator entry;
+        entry.profile = "Tab\there\\ and\nline";
+        entry.pid = sleeper.processId();
+        entry.identity = ReadProcessState(entry.pid).identity;
+        entry.startedMs = QDateTime::currentMSecsSinceEpoch();
+        entry.log = "/logs/a\tb.log";
+        QVERIFY(Running::Write(entry, Running::Folder()));
+        QCOMPARE(Companion({"--running"}).out,
+                 QStringLiteral("Tab\\there\\\\ and\\nline\t%1\t%2\t/logs/a\\tb.log\n")
+                     .arg(entry.pid)
+                     .arg(Running::TimeText(entry.startedMs))
+                     .toUtf8());
+        sleeper.kill();
+        sleeper.waitForFinished();
+    }
+
     void listAsJson()
     {
         for (const bool longList : {false, true}) {
