@@ -23,6 +23,17 @@ void PrintJson(const Console& console, const QString& key, const QJsonArray& ite
     console.out(QJsonDocument(object).toJson(QJsonDocument::Indented));
 }
 
+// A field of a --running line: its separators and the escape itself written as \t, \n, \r and
+// \\, so that every line has four fields whatever the profile is called.
+QString Field(QString text)
+{
+    // The backslash first: the escapes that follow bring in backslashes of their own.
+    return text.replace(u'\\', QStringLiteral("\\\\"))
+        .replace(u'\t', QStringLiteral("\\t"))
+        .replace(u'\n', QStringLiteral("\\n"))
+        .replace(u'\r', QStringLiteral("\\r"));
+}
+
 void Explain(const QList<RunningEmulator>& forced, const Console& console)
 {
     for (const RunningEmulator& entry : forced) {
@@ -54,8 +65,8 @@ int ListRunning(const Options& options, const Console& console)
     }
     QString text;
     for (const RunningEmulator& entry : running) {
-        text += entry.profile + u'\t' + QString::number(entry.pid) + u'\t' +
-                Running::TimeText(entry.startedMs) + u'\t' + entry.log + u'\n';
+        text += Field(entry.profile) + u'\t' + QString::number(entry.pid) + u'\t' +
+                Running::TimeText(entry.startedMs) + u'\t' + Field(entry.log) + u'\n';
     }
     console.Print(text);
     return ExitStatus::Ok;

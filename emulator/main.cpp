@@ -5,6 +5,7 @@
 // NIMBRA_STANDIN_QUIT=1         exit with status 0 right after recording, showing nothing
 // NIMBRA_STANDIN_FAIL=<text>    write the text to stderr and exit with status 3 right after
 //                               recording, as an emulator that can't start would
+// NIMBRA_STANDIN_IGNORE_TERM=1  ignore SIGTERM, from before recording, as a hung emulator would
 #include <QApplication>
 #include <QFormLayout>
 #include <QJsonArray>
@@ -15,6 +16,7 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -80,6 +82,9 @@ Options ParseOptions(const QStringList& arguments)
 
 int main(int argc, char** argv)
 {
+    // Before recording: whoever waits for the record may rely on it.
+    if (qgetenv("NIMBRA_STANDIN_IGNORE_TERM") == "1")
+        std::signal(SIGTERM, SIG_IGN);
     // Read before QApplication exists: a recording start that quits needs no display.
     QStringList arguments;
     for (int i = 1; i < argc; ++i)

@@ -214,14 +214,17 @@ void MainWindow::StopCurrentProfile()
         return;
     const QList<RunningEmulator> stopping =
         Running::OfProfile(Running::Read(Running::Folder()).running, m_profiles[row].name);
+    // Supervisors force the end themselves, whether or not the window is still there; only an
+    // emulator whose supervisor is gone is left to the window.
+    QList<RunningEmulator> unsupervised;
     for (const RunningEmulator& entry : stopping) {
-        // Ended on request: not a start that failed, however soon.
-        if (m_running)
-            m_running->Forget(entry.supervisorPid);
-        Running::RequestStop(entry);
+        if (Running::RequestStop(entry) == Running::StopBy::Caller)
+            unsupervised.append(entry);
     }
-    QTimer::singleShot(Running::StopGraceMs, this, [stopping] {
-        for (const RunningEmulator& entry : stopping)
+    if (unsupervised.isEmpty())
+        return;
+    QTimer::singleShot(Running::StopGraceMs, this, [unsupervised] {
+        for (const RunningEmulator& entry : unsupervised)
             Running::ForceStop(entry);
     });
 }

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QMap>
 #include <QRegularExpression>
+#include <QSet>
 
 #include <algorithm>
 
@@ -133,13 +134,19 @@ QString Create(const QString& folder, const QString& profile, const QString& com
     return QString();
 }
 
-void Prune(const QString& folder, int keepPerProfile, int keepInAll)
+void Prune(const QString& folder, const QStringList& inUse, int keepPerProfile, int keepInAll)
 {
+    // Compared as canonical paths: a record may name the folder another way.
+    QSet<QString> used;
+    for (const QString& path : inUse)
+        used.insert(QFileInfo(path).canonicalFilePath());
+    const QString canonicalFolder = QDir(folder).canonicalPath();
     QMap<QString, int> kept;
     int keptInAll = 0;
     for (const LogName& log : ListLogs(folder)) {
         int& ofProfile = kept[log.stem];
-        if (ofProfile < keepPerProfile && keptInAll < keepInAll) {
+        if ((ofProfile < keepPerProfile && keptInAll < keepInAll) ||
+            used.contains(canonicalFolder + u'/' + log.fileName)) {
             ++ofProfile;
             ++keptInAll;
         } else {

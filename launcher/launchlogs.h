@@ -23,8 +23,10 @@ QString FileStem(const QString& profile);
 QString Create(const QString& folder, const QString& profile, const QString& command,
                qint64 startedMs, QString* error);
 
-// Removes the oldest logs beyond keepPerProfile of each profile and keepInAll in all.
-void Prune(const QString& folder, int keepPerProfile = KeepPerProfile, int keepInAll = KeepInAll);
+// Removes the oldest logs beyond keepPerProfile of each profile and keepInAll in all, except
+// those in inUse (paths of logs still being written or read), which count as kept.
+void Prune(const QString& folder, const QStringList& inUse, int keepPerProfile = KeepPerProfile,
+           int keepInAll = KeepInAll);
 
 // The newest log of profile in folder; empty when there is none.
 QString Latest(const QString& folder, const QString& profile);

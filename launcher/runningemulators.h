@@ -67,8 +67,14 @@ QString DescribeEnd(int exitCode, int signal);
 // ISO 8601 local time with seconds and the offset from UTC.
 QString TimeText(qint64 ms);
 
-// Asks the recorded emulator to end; false when it no longer runs as recorded.
-bool RequestStop(const RunningEmulator& entry);
+enum class StopBy {
+    Nobody,     // neither the emulator nor its supervisor runs as recorded
+    Supervisor, // its supervisor ends it, by force after StopGraceMs, and records the end as
+                // asked for, so that it never counts as a failed start
+    Caller,     // its supervisor is gone: the emulator itself was asked, forcing is the caller's
+};
+// Asks the recorded emulator to end, through its supervisor while that runs as recorded.
+StopBy RequestStop(const RunningEmulator& entry);
 // Ends it at once if it still runs as recorded.
 bool ForceStop(const RunningEmulator& entry);
 // Asks each to end, waits up to graceMs, then ends by force those that still run and waits

@@ -40,9 +40,13 @@ QList<RunningEmulator> WaitForEnd(const QList<RunningEmulator>& entries, int ms)
 
 namespace Running {
 
-bool RequestStop(const RunningEmulator& entry)
+StopBy RequestStop(const RunningEmulator& entry)
 {
-    return SignalSameProcess(entry.pid, entry.identity, SIGTERM);
+    // The supervisor's SIGTERM is the request: it outlives whoever asked, so the forced end
+    // still comes when the window closes or the companion is interrupted.
+    if (SignalSameProcess(entry.supervisorPid, entry.supervisorIdentity, SIGTERM))
+        return StopBy::Supervisor;
+    return SignalSameProcess(entry.pid, entry.identity, SIGTERM) ? StopBy::Caller : StopBy::Nobody;
 }
 
 bool ForceStop(const RunningEmulator& entry)

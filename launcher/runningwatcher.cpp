@@ -71,11 +71,6 @@ void RunningWatcher::Expect(qint64 supervisorPid)
     m_expected.insert(supervisorPid, QDateTime::currentMSecsSinceEpoch());
 }
 
-void RunningWatcher::Forget(qint64 supervisorPid)
-{
-    m_expected.remove(supervisorPid);
-}
-
 void RunningWatcher::Refresh()
 {
     const Running::Registry registry = Running::Read(m_folder);

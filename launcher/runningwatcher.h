@@ -26,9 +26,8 @@ public:
     const QList<RunningEmulator>& Running() const { return m_running; }
 
     // A start whose failure the owner wants to hear of: that supervisor's report is handed on
-    // through StartFailed and removed. Forget drops the wish (a stop is no failure).
+    // through StartFailed and removed.
     void Expect(qint64 supervisorPid);
-    void Forget(qint64 supervisorPid);
 
     void Refresh();
 

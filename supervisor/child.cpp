@@ -12,7 +12,12 @@
 
 namespace {
 
+// The child's id while it can be signalled: set before it can run, cleared once it has ended
+// and before it is reaped, so that its id never names another process here.
 volatile sig_atomic_t g_child = 0;
+volatile sig_atomic_t g_stopAsked = 0;
+volatile sig_atomic_t g_forceArmed = 0;
+unsigned g_graceSeconds = 0;
 int g_wake[2] = {-1, -1};
 
 struct SavedSignal
@@ -20,13 +25,27 @@ struct SavedSignal
     int number;
     struct sigaction action;
 };
-SavedSignal g_saved[] = {{SIGINT, {}},  {SIGQUIT, {}}, {SIGHUP, {}},
-                         {SIGTERM, {}}, {SIGPIPE, {}}, {SIGCHLD, {}}};
+SavedSignal g_saved[] = {{SIGINT, {}},  {SIGQUIT, {}}, {SIGHUP, {}}, {SIGTERM, {}},
+                         {SIGPIPE, {}}, {SIGCHLD, {}}, {SIGALRM, {}}};
 
-void ForwardTerm(int)
+// A request to stop: passed on, and made certain by force after the grace, even when whoever
+// asked has gone since.
+void StopChild(int)
+{
+    g_stopAsked = 1;
+    if (g_child <= 0)
+        return;
+    ::kill(g_child, SIGTERM);
+    if (!g_forceArmed) {
+        g_forceArmed = 1;
+        ::alarm(g_graceSeconds);
+    }
+}
+
+void ForceChild(int)
 {
     if (g_child > 0)
-        ::kill(g_child, SIGTERM);
+        ::kill(g_child, SIGKILL);
 }
 
 void WakeOnChild(int)
@@ -105,13 +124,20 @@ void WriteAll(int fd, const QByteArray& bytes)
     }
 }
 
-void SetUpSignals()
+void SetUpSignals(unsigned graceSeconds)
 {
+    g_graceSeconds = graceSeconds;
     for (SavedSignal& saved : g_saved)
         ::sigaction(saved.number, nullptr, &saved.action);
     for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGPIPE})
         Handle(number, SIG_IGN);
-    Handle(SIGTERM, ForwardTerm);
+    Handle(SIGTERM, StopChild);
+    Handle(SIGALRM, ForceChild);
+}
+
+bool StopWasAsked()
+{
+    return g_stopAsked != 0;
 }
 
 Child Fork(const QList<QByteArray>& argv, int logFd, bool copy)
@@ -128,9 +154,15 @@ Child Fork(const QList<QByteArray>& argv, int logFd, bool copy)
         args.push_back(const_cast<char*>(arg.constData()));
     args.push_back(nullptr);
 
+    // No handler runs between the fork and the child's own dispositions: a stop that comes
+    // meanwhile reaches the child once it has them.
+    sigset_t all, old;
+    sigfillset(&all);
+    ::sigprocmask(SIG_BLOCK, &all, &old);
     child.pid = ::fork();
     if (child.pid == 0) {
         RestoreSignals();
+        ::sigprocmask(SIG_SETMASK, &old, nullptr);
         // The gate opens when its last writer closes it: this copy must not count.
         ::close(gate[1]);
         char go;
@@ -147,6 +179,9 @@ Child Fork(const QList<QByteArray>& argv, int logFd, bool copy)
         (void)!::write(result[1], &error, sizeof error);
         ::_exit(127);
     }
+    if (child.pid > 0)
+        g_child = child.pid;
+    ::sigprocmask(SIG_SETMASK, &old, nullptr);
     ::close(gate[0]);
     ::close(result[1]);
     if (copy) {
@@ -162,7 +197,6 @@ Child Fork(const QList<QByteArray>& argv, int logFd, bool copy)
 
 int Release(Child& child)
 {
-    g_child = child.pid;
     ::close(child.gate);
     int error = 0;
     ssize_t n;
@@ -210,6 +244,12 @@ void CopyOutput(Child& child, int logFd)
 
 int WaitFor(const Child& child)
 {
+    siginfo_t info = {};
+    while (::waitid(P_PID, id_t(child.pid), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+    }
+    // Ended but not yet reaped: no signal can reach another process with its id from now on.
+    g_child = 0;
+    ::alarm(0);
     int status = 0;
     while (::waitpid(child.pid, &status, 0) < 0) {
         if (errno != EINTR)

@@ -16,9 +16,13 @@ struct Child
     int err = -1;
 };
 
-// Ignores the terminal's signals, so that the end is still recorded after a Ctrl+C, and passes
-// a SIGTERM on to the child. The child gets back what this process inherited.
-void SetUpSignals();
+// Ignores the terminal's signals, so that the end is still recorded after a Ctrl+C. A SIGTERM
+// is a request to stop: it is passed on to the child, which is killed if it still runs
+// graceSeconds later. The child gets back what this process inherited.
+void SetUpSignals(unsigned graceSeconds);
+
+// Whether a stop was requested: the child's end was asked for, whatever its status.
+bool StopWasAsked();
 
 // Forks the child for argv (argv[0] the program), held before exec. Its output goes to logFd,
 // or with copy through pipes for CopyOutput; with neither it keeps this process's own.

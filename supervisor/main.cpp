@@ -2,7 +2,8 @@
 // how a detached emulator ended, so they start this program detached instead, and it starts
 // the emulator with the launch's exact program and arguments as its child. It records the
 // launch among the running emulators until the emulator ends, keeps its output in a log, and
-// for the launcher leaves a record of a start that failed.
+// for the launcher leaves a record of a start that failed. A SIGTERM asks it to stop the
+// emulator (by force after the grace); an end so asked for is no failed start.
 //
 // nimbra-mobile-supervise [--attached | --report] --profile NAME --command TEXT
 //                         -- PROGRAM [ARG...]
@@ -60,6 +61,19 @@ void Say(const QString& message)
     WriteAll(STDERR_FILENO, ("nimbra-mobile-supervise: " + message + u'\n').toLocal8Bit());
 }
 
+// The logs that running emulators still write, and that reports still point to; this launch's
+// own is not on record yet.
+QStringList LogsInUse()
+{
+    const Running::Registry registry = Running::Read(Running::Folder());
+    QStringList logs;
+    for (const QList<RunningEmulator>* entries : {&registry.running, &registry.reports}) {
+        for (const RunningEmulator& entry : *entries)
+            logs.append(entry.log);
+    }
+    return logs;
+}
+
 // A log for the launch, pruning older ones; -1, after a line on stderr, when there is none.
 int OpenLog(RunningEmulator& entry)
 {
@@ -70,7 +84,7 @@ int OpenLog(RunningEmulator& entry)
         Say(QStringLiteral("no log for this launch: %1").arg(error));
         return -1;
     }
-    LaunchLogs::Prune(folder);
+    LaunchLogs::Prune(folder, LogsInUse() << entry.log);
     const int fd =
         ::open(QFile::encodeName(entry.log).constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (fd < 0)
@@ -79,13 +93,13 @@ int OpenLog(RunningEmulator& entry)
 }
 
 // What is left on record once the emulator has ended: a failed start for the launcher that
-// asked, otherwise nothing.
+// asked, otherwise nothing. A stop someone asked for ends no start that failed, however soon.
 void RecordEnd(RunningEmulator& entry, const QString& folder, bool report)
 {
     entry.endedMs = QDateTime::currentMSecsSinceEpoch();
-    const bool failed =
-        entry.state == RunningEmulator::State::NotStarted ||
-        Running::IsFailedStart(entry.startedMs, entry.endedMs, entry.exitCode, entry.signal);
+    const bool failed = entry.state == RunningEmulator::State::NotStarted ||
+                        (!StopWasAsked() && Running::IsFailedStart(entry.startedMs, entry.endedMs,
+                                                                   entry.exitCode, entry.signal));
     if (report && failed) {
         if (entry.state == RunningEmulator::State::Running)
             entry.state = RunningEmulator::State::StartFailed;
@@ -106,7 +120,7 @@ int main(int argc, char** argv)
                    stderr);
         return 2;
     }
-    SetUpSignals();
+    SetUpSignals(unsigned(Running::StopGraceMs / 1000));
     RunningEmulator entry;
     entry.profile = request.profile;
     entry.command = request.command;

@@ -124,16 +124,20 @@ private slots:
     {
         // Twelve launches of one profile, four of another, and forty older ones of as many
         // others: the ten newest of the first stay, then the fifty newest in all, so the four
-        // oldest others go. Files that are not logs are left alone.
+        // oldest others go, except the oldest of all, which a running emulator still writes
+        // (named another way). Files that are not logs are left alone.
         QString error;
         const auto create = [&](const QString& profile, qint64 ms) {
             return LaunchLogs::Create(Folder(), profile, "cmd", ms, &error);
         };
         QStringList kept;
+        QString inUse;
         for (int i = 0; i < 40; ++i) {
             const QString path = create(QStringLiteral("Other %1").arg(i), Now - 100000 + i);
-            if (i >= 4)
+            if (i >= 4 || i == 0)
                 kept.append(path);
+            if (i == 0)
+                inUse = m_dir->filePath("folder/../folder//") + QFileInfo(path).fileName();
         }
         for (int i = 0; i < 12; ++i) {
             const QString path = create(QStringLiteral("Phone"), Now + i * 1000);
@@ -146,7 +150,7 @@ private slots:
         kept.append(create(QStringLiteral("Tablet"), Now - 50000 + 2));
         QVERIFY(WriteText(Folder() + "/notes.log", "mine\n"));
 
-        LaunchLogs::Prune(Folder());
+        LaunchLogs::Prune(Folder(), {inUse});
 
         QStringList left;
         for (const QString& name : QDir(Folder()).entryList(QDir::Files))

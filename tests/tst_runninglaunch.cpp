@@ -2,6 +2,7 @@
 // stand-in: --running names the emulator's own process and its log, --json says the same,
 // --stop and --stop-all end them, --wait still passes the output on and ends as the emulator
 // did, and a log folder that can't be written still launches.
+#include "launchlogs.h"
 #include "processidentity.h"
 #include "runningsupport.h"
 #include "testenv.h"
@@ -95,6 +96,19 @@ private slots:
         for (const char* name : {"Phone HD", "Phone HD", "Default"})
             QCOMPARE(Companion({name}).status, 0);
         QTRY_COMPARE_WITH_TIMEOUT(RunningLines().size(), 3, 15000);
+        // Ten newer logs of the profile, then a launch that prunes: the running emulators'
+        // logs stay (checked below), and so does its own.
+        QString logError;
+        for (int i = 1; i <= 10; ++i) {
+            QVERIFY(!LaunchLogs::Create(LaunchLogs::Folder(), "Phone HD", "cmd",
+                                        QDateTime::currentMSecsSinceEpoch() + i * 3600000,
+                                        &logError)
+                         .isEmpty());
+        }
+        qputenv("NIMBRA_STANDIN_QUIT", "1");
+        QCOMPARE(Companion({"--wait", "Phone HD"}).status, 0);
+        qunsetenv("NIMBRA_STANDIN_QUIT");
+        QCOMPARE(QDir(LaunchLogs::Folder()).entryList({"Phone HD.*"}).size(), 13);
         const QList<QStringList> lines = RunningLines();
         const QRegularExpression isoSeconds(
             QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d(Z|[+-]\\d\\d:\\d\\d)$"));
@@ -149,6 +163,28 @@ private slots:
         const Run none = Companion({"--running"});
         QVERIFY2(none.status == 0, none.err.constData());
         QCOMPARE(none.out + none.err, QByteArray());
+    }
+
+    // Whatever a name holds, each running emulator is one line of four fields.
+    void runningLineEscapes()
+    {
+        QProcess sleeper;
+        sleeper.start("/bin/sleep", {"30"});
+        QVERIFY(sleeper.waitForStarted());
+        RunningEmulator entry;
+        entry.profile = "Tab\there\\ and\nline";
+        entry.pid = sleeper.processId();
+        entry.identity = ReadProcessState(entry.pid).identity;
+        entry.startedMs = QDateTime::currentMSecsSinceEpoch();
+        entry.log = "/logs/a\tb.log";
+        QVERIFY(Running::Write(entry, Running::Folder()));
+        QCOMPARE(Companion({"--running"}).out,
+                 QStringLiteral("Tab\\there\\\\ and\\nline\t%1\t%2\t/logs/a\\tb.log\n")
+                     .arg(entry.pid)
+                     .arg(Running::TimeText(entry.startedMs))
+                     .toUtf8());
+        sleeper.kill();
+        sleeper.waitForFinished();
     }
 
     void listAsJson()

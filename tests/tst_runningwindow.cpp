@@ -83,6 +83,8 @@ private slots:
         QVERIFY(WriteText(UserConfigPath(), LaunchConfig));
         qunsetenv("NIMBRA_STANDIN_QUIT");
         qunsetenv("NIMBRA_STANDIN_FAIL");
+        qunsetenv("NIMBRA_STANDIN_IGNORE_TERM");
+        qunsetenv("NIMBRA_STANDIN_RECORD");
         m_opened.clear();
     }
     void cleanup() { QVERIFY(EndEverythingStarted()); }
@@ -195,13 +197,37 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(RunningNow().size(), 2, 15000);
         QTRY_COMPARE_WITH_TIMEOUT(Row(w, 1)->toolTip().count("process"), 2, 2000);
 
-        // Ended a moment ago, and the window has not looked since: no question. (Ended by
-        // force right after they started, they count as failed starts, boxes the answerer
-        // closes.)
+        // Stopped from outside the window (as the companion stops) a moment ago, and the window
+        // has not looked since: no question. A stop asked for is no failed start, however soon.
         Running::StopAndWait(RunningNow(), 0);
         Launch(w);
         QTRY_COMPARE_WITH_TIMEOUT(RunningNow().size(), 1, 15000);
-        QCOMPARE(answerer.seen.count(question), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(RecordFiles().size(), 1, 5000);
+        QTest::qWait(100);
+        QCOMPARE(answerer.seen, (QStringList{question, question}));
+    }
+
+    // The forced end of Stop does not depend on the window: closed right after Stop, an
+    // emulator that ignores the request still ends.
+    void stopOutlivesTheWindow()
+    {
+        QTemporaryDir dir;
+        const QString record = dir.filePath("starts.jsonl");
+        qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(record));
+        qputenv("NIMBRA_STANDIN_IGNORE_TERM", "1");
+        RunningEmulator stubborn;
+        {
+            MainWindow w;
+            QVERIFY(ShowWithRow(w, 1));
+            Launch(w);
+            QTRY_COMPARE_WITH_TIMEOUT(Recorded(record).size(), 1, 15000);
+            QTRY_VERIFY_WITH_TIMEOUT(Action(w, "Stop")->isEnabled(), 2000);
+            stubborn = RunningNow().value(0);
+            Action(w, "Stop")->trigger();
+        }
+        QTest::qWait(1000);
+        QVERIFY(IsSameLiveProcess(stubborn.pid, stubborn.identity));
+        QTRY_VERIFY_WITH_TIMEOUT(!IsSameLiveProcess(stubborn.pid, stubborn.identity), 8000);
     }
 
     // A launcher started later knows what an earlier one started, once it has been painted.
