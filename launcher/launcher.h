@@ -35,6 +35,8 @@ public:
     ~ProfileQListWidget() override;
 
     QSize sizeHint() const override;
+    // Lays out rows hidden or shown since the last layout now rather than after the next paint.
+    void LayOutRowsNow() { executeDelayedItemsLayout(); }
 
 private:
     // sizeHintForColumn(0), kept until the items change: it lays out every name.

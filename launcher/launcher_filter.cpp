@@ -42,6 +42,8 @@ void MainWindow::ApplyFilter()
 {
     const QString text = m_filterEdit->text();
     int firstShown = -1;
+    // Thousands of rows change at a keystroke: one repaint for them all, not one a row.
+    m_profileList->viewport()->setUpdatesEnabled(false);
     for (int row = 0; row < m_profiles.size(); ++row) {
         // Literal text, whatever it holds; letter case does not count.
         const bool shown = m_profiles[row].name.contains(text, Qt::CaseInsensitive);
@@ -50,6 +52,10 @@ void MainWindow::ApplyFilter()
         if (shown && firstShown < 0)
             firstShown = row;
     }
+    // The next paint would otherwise place every row shown again where the old layout had it,
+    // thousands of names in one view.
+    m_profileList->viewport()->setUpdatesEnabled(true);
+    m_profileList->LayOutRowsNow();
     const int current = m_profileList->currentRow();
     if (firstShown >= 0 && (current < 0 || m_profileList->isRowHidden(current)))
         m_profileList->setCurrentRow(firstShown);

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <queue>
+#include <vector>
 
 namespace {
 
@@ -17,6 +19,40 @@ namespace {
 // out thousands.
 constexpr int kMeasuredNames = 1000;
 constexpr int kWidestCandidates = 64;
+
+// A name's width as the sum of its letters' advances, each measured once: it leaves out only
+// kerning. In 1/64 pixels, as Qt keeps advances: whole numbers add up faster.
+class AdvanceSum
+{
+public:
+    explicit AdvanceSum(const QFont& font) : m_metrics(font) { m_latin1.fill(-1); }
+
+    int operator()(const QString& name)
+    {
+        int width = 0;
+        for (const QChar c : name) {
+            const int known = c.unicode() < m_latin1.size() ? m_latin1[c.unicode()]
+                                                            : m_others.value(c.unicode(), -1);
+            width += known >= 0 ? known : Measure(c);
+        }
+        return width;
+    }
+
+private:
+    int Measure(QChar c)
+    {
+        const int advance = qRound(m_metrics.horizontalAdvance(c) * 64);
+        if (c.unicode() < m_latin1.size())
+            m_latin1[c.unicode()] = advance;
+        else
+            m_others.insert(c.unicode(), advance);
+        return advance;
+    }
+
+    QFontMetricsF m_metrics;
+    std::array<int, 256> m_latin1;
+    QHash<char16_t, int> m_others;
+};
 
 } // namespace
 
@@ -53,39 +89,25 @@ int ProfileQListWidget::NamesWidth() const
         m_namesWidth = sizeHintForColumn(0);
         return m_namesWidth;
     }
-    // Each letter's advance once, Latin-1 in a table; a name's sum leaves out only kerning.
-    const QFontMetricsF metrics(font());
-    std::array<qreal, 256> latin1;
-    latin1.fill(-1);
-    QHash<char16_t, qreal> others;
-    const auto advance = [&](QChar c) {
-        if (c.unicode() < latin1.size()) {
-            qreal& known = latin1[c.unicode()];
-            if (known < 0)
-                known = metrics.horizontalAdvance(c);
-            return known;
+    AdvanceSum advanceSum(font());
+    // The widest-looking names so far, the narrowest of them on top.
+    using Estimate = std::pair<int, int>; // width, row
+    std::priority_queue<Estimate, std::vector<Estimate>, std::greater<>> widest;
+    const int rows = count();
+    for (int row = 0; row < rows; ++row) {
+        const int width = advanceSum(item(row)->text());
+        if (int(widest.size()) < kWidestCandidates) {
+            widest.push({width, row});
+        } else if (width > widest.top().first) {
+            widest.pop();
+            widest.push({width, row});
         }
-        auto it = others.constFind(c.unicode());
-        if (it == others.cend())
-            it = others.insert(c.unicode(), metrics.horizontalAdvance(c));
-        return *it;
-    };
-    QList<std::pair<qreal, int>> estimates;
-    estimates.reserve(count());
-    for (int row = 0; row < count(); ++row) {
-        qreal width = 0;
-        for (const QChar c : item(row)->text())
-            width += advance(c);
-        estimates.append({width, row});
     }
-    const int candidates = std::min<int>(kWidestCandidates, estimates.size());
-    std::partial_sort(estimates.begin(), estimates.begin() + candidates, estimates.end(),
-                      std::greater<>());
     QStyleOptionViewItem option;
     initViewItemOption(&option);
     int width = 0;
-    for (int i = 0; i < candidates; ++i) {
-        const QModelIndex index = model()->index(estimates[i].second, 0);
+    for (; !widest.empty(); widest.pop()) {
+        const QModelIndex index = model()->index(widest.top().second, 0);
         width = std::max(width, itemDelegateForIndex(index)->sizeHint(option, index).width());
     }
     m_namesWidth = width;
