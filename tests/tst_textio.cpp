@@ -13,23 +13,19 @@
 
 namespace {
 
-// What the loader once was: a text stream on the file in text mode.
-QStringList QtLines(const QByteArray& bytes)
+// The lines of bytes as the chunked reader gives them, or with no chunk size as the loader once
+// read them: a text stream on the file in text mode.
+QStringList Lines(const QByteArray& bytes, qsizetype chunkBytes = 0)
 {
     QBuffer buffer;
     buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly | QIODevice::Text);
-    QStringList lines = QTextStream(&buffer).readAll().split(u'\n');
-    if (lines.last().isEmpty())
-        lines.removeLast();
-    return lines;
-}
-
-QStringList ReadLines(const QByteArray& bytes, qsizetype chunkBytes)
-{
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
+    buffer.open(chunkBytes ? QIODevice::ReadOnly : QIODevice::ReadOnly | QIODevice::Text);
+    if (!chunkBytes) {
+        QStringList lines = QTextStream(&buffer).readAll().split(u'\n');
+        if (lines.last().isEmpty())
+            lines.removeLast();
+        return lines;
+    }
     QStringList lines;
     // Lines are views: each must be taken before the buffer it points into is reused.
     TextIO::ReadLines(
@@ -44,7 +40,7 @@ class TextIOTest : public QObject
     Q_OBJECT
 
 private slots:
-    void encoderEqualsToUtf8_data()
+    void encoderAndReaderEqualQt_data()
     {
         QTest::addColumn<QString>("text");
         QTest::newRow("ASCII, four units at a time and the rest") << "ab\ncdefg\nhi";
@@ -57,7 +53,9 @@ private slots:
             << QString(3000, QChar(0x20ac)) + "\n" + QString(1000, QChar(0x00e9)) + "🙂\n";
     }
 
-    void encoderEqualsToUtf8()
+    // The encoder against toUtf8(); the reader against a text stream in text mode, in UTF-8
+    // with line feeds and with carriage returns, in UTF-16 with its byte order mark.
+    void encoderAndReaderEqualQt()
     {
         QFETCH(QString, text);
         const QByteArray expected = text.toUtf8();
@@ -70,62 +68,38 @@ private slots:
         ConfigModel model{Config::NewSections(), {{text, text, {0, 0, 0}}}};
         model.sections[1].entries = {{text, text}};
         QCOMPARE(Config::FormatUtf8(model), Config::FormatText(model).toUtf8());
-    }
 
-    void readerEqualsTextStream_data() { encoderEqualsToUtf8_data(); }
-
-    // In UTF-8 with line feeds and with carriage returns; in UTF-16 with its byte order mark.
-    void readerEqualsTextStream()
-    {
-        QFETCH(QString, text);
-        QString crlf = text;
-        crlf.replace(u'\n', QStringLiteral("\r\n"));
+        const QString crlf = QString(text).replace(u'\n', QStringLiteral("\r\n"));
         const auto utf16 = [](const QString& text) {
             return "\xff\xfe" + QStringEncoder(QStringConverter::Utf16LE).encode(text);
         };
         for (const QByteArray& bytes : {text.toUtf8(), crlf.toUtf8(), utf16(text), utf16(crlf)}) {
             for (const qsizetype chunk : {1, 2, 3, 7, 4096, 1 << 20})
-                QCOMPARE(ReadLines(bytes, chunk), QtLines(bytes));
+                QCOMPARE(Lines(bytes, chunk), Lines(bytes));
         }
     }
 
-    void chunkBoundaries_data()
-    {
-        QTest::addColumn<bool>("utf16");
-        QTest::newRow("UTF-8 with CRLF") << false;
-        QTest::newRow("UTF-16 with byte-order mark") << true;
-    }
-
-    // Entries that need their exact line, and characters of several bytes, stream the same
+    // Entries that need their exact line, and characters of several bytes, read the same
     // wherever a chunk of the file reader ends.
     void chunkBoundaries()
     {
-        QFETCH(bool, utf16);
         ConfigModel written{Config::NewSections(), {}};
         written.sections[1].entries = {{"say \"hi\" – größer", " -a \"b c\""}, {"€", "x"}};
         written.sections[3].entries = {{"", "empty key"}};
-        const qsizetype unit = utf16 ? 2 : 1;
-        const auto encode = [utf16](QString text) {
-            return utf16 ? QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2)
-                         : text.replace('\n', "\r\n").toUtf8();
-        };
-        const QString tail = Config::FormatText(written);
+        const QByteArray tail = Config::FormatText(written).replace('\n', "\r\n").toUtf8();
         // A full chunk after it, so the next read overwrites the whole buffer.
-        const QByteArray end =
-            encode(tail) + encode('#' + QString(Config::ReadChunkBytes, ' ') + '\n');
+        const QByteArray end = tail + '#' + QByteArray(Config::ReadChunkBytes, ' ') + '\n';
         QTemporaryDir dir;
         const QString path = dir.filePath("Launcher.ini");
         for (qsizetype shift = tail.indexOf("[Resolution]"); shift <= tail.size(); ++shift) {
-            const QString padding =
-                '#' + QString(Config::ReadChunkBytes / unit - shift - 2, ' ') + '\n';
-            const QByteArray bytes =
-                (utf16 ? QByteArray("\xff\xfe") : QByteArray()) + encode(padding) + end;
+            const QByteArray padding = '#' + QByteArray(Config::ReadChunkBytes - shift - 3, ' ');
             QList<ConfigSection> read = Config::NewSections();
             const auto keep = [&read](int s, OptionEntry&& entry) {
                 read[s].entries.append(entry);
             };
             qint32 version = 0;
-            QVERIFY(WriteText(path, bytes) && Config::ReadFileEntries(path, keep, &version));
+            QVERIFY(WriteText(path, padding + "\r\n" + end) &&
+                    Config::ReadFileEntries(path, keep, &version));
             QCOMPARE(read, written.sections);
         }
     }
