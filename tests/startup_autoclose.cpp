@@ -4,9 +4,7 @@
 // one line each, for the test that runs this program.
 #include "filelocations.h"
 
-#include <QAbstractButton>
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QMainWindow>
 #include <QMessageBox>
@@ -23,34 +21,26 @@ void Report(const QStringList& fields)
 
 void Poll()
 {
-    static QElapsedTimer shown;
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-        if (!box->isVisible() || box->property("answered").toBool())
-            return;
-        box->setProperty("answered", true);
-        Report({"box", box->windowTitle(), box->text(), box->informativeText(),
-                QString::number(box->icon()), QString::number(box->standardButtons()),
-                box->parentWidget() ? "parent" : "no parent"});
-        if (QAbstractButton* ok = box->button(QMessageBox::Ok))
-            ok->click();
-        else
-            box->reject();
+        // Answered boxes hide at once.
+        if (box->isVisible()) {
+            Report({"box", box->windowTitle(), box->text(), box->informativeText(),
+                    QString::number(box->icon()), QString::number(box->standardButtons()),
+                    box->parentWidget() ? "parent" : "no parent"});
+            box->done(QMessageBox::Ok);
+        }
         return;
     }
+    // A few polls after it is shown, as a user's click would come after the window is drawn.
+    static int polls = 0;
     for (QWidget* widget : QApplication::topLevelWidgets()) {
         auto* window = qobject_cast<QMainWindow*>(widget);
-        if (!window || !window->isVisible())
-            continue;
-        // Let the window settle, as a user's click would come after it is drawn.
-        if (!shown.isValid())
-            shown.start();
-        if (shown.elapsed() < 100)
-            return;
-        window->close();
-        // The loop has not ended yet: saving must wait for the window's destruction.
-        Report({"closed", window->windowTitle(),
-                QFile::exists(GetFileName(UserConfigFile)) ? "file exists" : "no file"});
-        return;
+        if (window && window->isVisible() && ++polls > 5) {
+            window->close();
+            // The loop has not ended yet: saving must wait for the window's destruction.
+            Report({"closed", window->windowTitle(),
+                    QFile::exists(GetFileName(UserConfigFile)) ? "file exists" : "no file"});
+        }
     }
 }
 

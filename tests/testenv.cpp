@@ -5,21 +5,25 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QPushButton>
 #include <QTemporaryDir>
 
+void UsePrivateFolders(const QString& root)
+{
+    qputenv("XDG_DATA_HOME", QFile::encodeName(root));
+    // Launches keep logs in the state folder and their records in the runtime folder.
+    const QString runtime = root + QStringLiteral("/runtime");
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("XDG_STATE_HOME", QFile::encodeName(root + QStringLiteral("/state")));
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+}
+
 QString UsePrivateDataLocation()
 {
     static QTemporaryDir dir;
-    qputenv("XDG_DATA_HOME", QFile::encodeName(dir.path()));
-    // Launches keep logs in the state folder and their records in the runtime folder.
-    const QString runtime = dir.filePath(QStringLiteral("runtime"));
-    QDir().mkpath(runtime);
-    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    qputenv("XDG_STATE_HOME", QFile::encodeName(dir.filePath(QStringLiteral("state"))));
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+    UsePrivateFolders(dir.path());
     return dir.path();
 }
 
@@ -77,11 +81,8 @@ QList<QStringList> Recorded(const QString& recordPath)
 {
     QList<QStringList> starts;
     for (const QByteArray& line : ReadBytes(recordPath).split('\n')) {
-        QStringList arguments;
-        for (const QJsonValue& value : QJsonDocument::fromJson(line).array())
-            arguments.append(value.toString());
         if (!line.isEmpty())
-            starts.append(arguments);
+            starts.append(QJsonDocument::fromJson(line).toVariant().toStringList());
     }
     return starts;
 }
@@ -114,11 +115,8 @@ QByteArray TestConfig()
            "\"Phone HD\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 0  -gpu on\"\n"
            "\"Tablet\"\t\"[Resolution] 2 [PixelDensity] 3 [Input] 1 -t\"\n"
            "\"Watch\"\t\"[Resolution] 1 [PixelDensity] 2 [Input] 1 -b\"\n"
-           "[Resolution]\n\"Default\"\t\"\"\n"
-           "\"Small\"\t\" -windowsize 320x480\"\n"
-           "\"Large\"\t\" -windowsize 800x1280\"\n"
-           "\"Huge\"\t\" -windowsize 1536x2048\"\n"
-           "[PixelDensity]\n\"Default\"\t\"\"\n\"ldpi\"\t\" -ppi 120\"\n"
-           "\"mdpi\"\t\" -ppi 160\"\n\"hdpi\"\t\" -ppi 240\"\n"
-           "[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
+           "[Resolution]\n\"Default\"\t\"\"\n\"Small\"\t\" -windowsize 320x480\"\n"
+           "\"Large\"\t\" -windowsize 800x1280\"\n\"Huge\"\t\" -windowsize 1536x2048\"\n"
+           "[PixelDensity]\n\"Default\"\t\"\"\n\"ldpi\"\t\" -ppi 120\"\n\"mdpi\"\t\" -ppi 160\"\n"
+           "\"hdpi\"\t\" -ppi 240\"\n[Input]\n\"Touch\"\t\"\"\n\"Mouse\"\t\" -input mouse\"\n";
 }

@@ -9,6 +9,9 @@ class QWidget;
 // Points the per-user data location at a fresh private folder for this test process, so
 // tests never touch the real user's files and parallel tests never share one. Returns it.
 QString UsePrivateDataLocation();
+// The same at root, for a test that wants fresh folders: root is the data location, with the
+// state folder and a private runtime folder inside it.
+void UsePrivateFolders(const QString& root);
 
 // Builds a private app folder laid out like the shipped one and points the launcher's file
 // lookups at it, and the data location at a private folder. With shipped files, its Resources

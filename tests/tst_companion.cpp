@@ -1,86 +1,55 @@
 // nimbra-mobile-launch's commands, run in process: what reading commands print, bad usage and
-// its exit statuses, --list streaming the names the model has, and --export and --import: a
-// round trip launches the same, a merge never clobbers, and an import is refused, with the
-// file untouched, while it can't be safe; and --help against the manual page. Launches are
-// tst_companionlaunch's.
+// its exit statuses, --help against the manual page, and --export and --import: a round trip
+// launches the same, a merge never clobbers, and an import that can't be safe writes nothing.
+// Launches are tst_companionlaunch's.
 #include "commands.h"
 #include "filelocations.h"
-#include "launchcommand.h"
-#include "profilerules.h"
 #include "testenv.h"
 #include "userfile.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
-#include <optional>
 
 namespace {
 
 // A profile whose resolution is outside its section.
 const QByteArray WithLostChoice =
     TestConfig() + "[Profile]\n\"Lost choice\"\t\"[Resolution] 9 [PixelDensity] 2 [Input] 0\"\n";
-
 // Then a second "Phone HD": the first of a name wins.
 const QByteArray CompanionConfig =
     WithLostChoice + "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 1 [Input] 0 \"\n";
-
 // Base as the user's, Tablet another, and a resolution the user lacks.
-const QByteArray ClashingFile = "$VERSION\t106\n[Profile]\n"
-                                "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
-                                "\"Tablet\"\t\"[Resolution] 1 [PixelDensity] 0 [Input] 0 \"\n"
-                                "[Resolution]\n\"Default\"\t\"\"\n"
-                                "\"Tiny\"\t\" -windowsize 240x320\"\n"
-                                "[PixelDensity]\n\"Default\"\t\"\"\n[Input]\n\"Touch\"\t\"\"\n";
-
-// What stands in the way of an import's write.
-enum Obstacle { None, FolderIsAFile, LockHeld };
+const QByteArray ClashingFile =
+    "$VERSION\t106\n[Profile]\n"
+    "\"Base\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+    "\"Tablet\"\t\"[Resolution] 1 [PixelDensity] 0 [Input] 0 \"\n"
+    "[Resolution]\n\"Default\"\t\"\"\n\"Tiny\"\t\" -windowsize 240x320\"\n"
+    "[PixelDensity]\n\"Default\"\t\"\"\n[Input]\n\"Touch\"\t\"\"\n";
 
 struct Run
 {
     int status = -1;
-    QByteArray out;
-    QByteArray err;
+    QByteArray out, err;
+    bool Ok() const { return status == 0 && err.isEmpty(); }
 };
 
 Run Companion(const QStringList& arguments)
 {
     Run run;
-    const Console console{[&run](QByteArrayView bytes) { run.out += bytes; },
-                          [&run](QByteArrayView bytes) { run.err += bytes; }};
-    run.status = RunCompanion(arguments, console);
+    run.status = RunCompanion(arguments, {[&run](QByteArrayView bytes) { run.out += bytes; },
+                                          [&run](QByteArrayView bytes) { run.err += bytes; }});
     return run;
 }
 
-ConfigModel Load(const QString& path)
+// The long list of the file at path: each profile's name and command.
+QByteArray LongList(const QString& path)
 {
-    ConfigModel model;
-    UserFile::ReadModel(path, model);
-    return model;
-}
-
-QStringList Names(const QString& path)
-{
-    QStringList names;
-    for (const Profile& profile : Load(path).profiles)
-        names.append(profile.name);
-    return names;
-}
-
-// What the launcher would start for the profile name in the file at path.
-QStringList LaunchArguments(const QString& path, const QString& name)
-{
-    const ConfigModel model = Load(path);
-    const int row = FindProfile(model.profiles, name);
-    return row < 0 ? QStringList{"(no profile)"}
-                   : BuildLaunchCommand(ResolveFileName(EmulatorFile), model.sections,
-                                        model.profiles[row])
-                         .arguments;
+    return Companion({"--file", path, "--list", "--long"}).out;
 }
 
 } // namespace
@@ -92,10 +61,10 @@ class CompanionTest : public QObject
     std::unique_ptr<QTemporaryDir> m_home;
     QString Path(const QString& name) const { return m_home->filePath(name); }
 
-    // "@" stands for the test's own folder, "EMU" for the emulator the companion starts.
+    // "@" stands for the test's own folder, "EMU" for the emulator the companion starts: the
+    // emulator first, as the folder has a random name.
     QByteArray Expand(QByteArray text) const
     {
-        // The emulator first: the test's folder has a random name.
         return text.replace("EMU", QFile::encodeName(ResolveFileName(EmulatorFile)))
             .replace('@', QFile::encodeName(m_home->path()));
     }
@@ -111,12 +80,11 @@ private slots:
     void init()
     {
         m_home = std::make_unique<QTemporaryDir>();
-        QDir().mkpath(Path("data"));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_home->path()));
+        UsePrivateFolders(m_home->path());
     }
 
-    // Reading commands and refusals: whatever they print, they leave the user's file as it was.
+    // Reading commands and refusals: whatever they print, they leave the user's file as it was,
+    // and the file to import too.
     void commands_data()
     {
         QTest::addColumn<QByteArray>("userFile"); // none when null
@@ -149,8 +117,7 @@ private slots:
               {"--list"}, "Default\n");
         reads("out-of-date user file: the defaults, said, the file left alone",
               "$VERSION\t102\n[Profile]\n\"Old\"\t\"\"\n", {"--list"}, QByteArray(),
-              "@/data/Nimbra Mobile/Launcher.ini is out of date (version 102); using the "
-              "defaults.\n");
+              "@/Nimbra Mobile/Launcher.ini is out of date (version 102); using the defaults.\n");
 
         const auto refused = [](const char* name, const QStringList& arguments, int status,
                                 const char* err) {
@@ -164,8 +131,6 @@ private slots:
                 "No profile named \"My Watch profile\".\nClose names:\n  Watch\n");
         refused("unknown name: a typing slip", {"Tablte", "-x"}, 2,
                 "No profile named \"Tablte\".\nClose names:\n  Tablet\n");
-        refused("empty name: inside every name, close to none", {""}, 2,
-                "No profile named \"\".\n");
         refused("blank name: inside names with a space, close to none", {"--command", " "}, 2,
                 "No profile named \" \".\n");
         refused("one unknown name fails the export, none close", {"--export", "Base", "Laptop"}, 2,
@@ -194,10 +159,19 @@ private slots:
         refused("out-of-date file to import", {"--import", "@/junk.ini"}, 1,
                 "@/junk.ini is not a Launcher.ini of a version this program reads (version 0): "
                 "nothing imported.\n");
-        // No file of /proc moves, even for root.
-        refused("out-of-date target that can't be set aside",
-                {"--file", "/proc/version", "--import", "@/data/Nimbra Mobile/Launcher.ini"}, 1,
+        // Never overwritten: a target that can't be read may be all the user has, and one that
+        // can't move (no file of /proc does, even for root).
+        refused("import target unreadable: a folder", {"--file", "@/folder", "--import", "@/clash"},
+                1, "Cannot read @/folder: nothing imported.\n");
+        refused("out-of-date import target that can't be set aside",
+                {"--file", "/proc/version", "--import", "@/clash"}, 1,
                 "/proc/version is out of date and cannot be set aside: nothing imported.\n");
+        refused("import target where a file stands for its folder",
+                {"--file", "@/blocked/Launcher.ini", "--import", "@/clash"}, 1,
+                "Cannot write @/blocked/Launcher.ini: nothing imported.\n");
+        refused("import target locked by another writer throughout",
+                {"--file", "@/locked.ini", "--import", "@/clash"}, 1,
+                "Another program is writing @/locked.ini: nothing imported.\n");
     }
 
     void commands()
@@ -210,6 +184,10 @@ private slots:
         if (!userFile.isNull())
             QVERIFY(WriteText(UserConfigPath(), userFile));
         QVERIFY(WriteText(Path("junk.ini"), "\x01\xfe junk\n\"\"\"\t[Profile]\n"));
+        QVERIFY(WriteText(Path("clash"), ClashingFile));
+        QVERIFY(WriteText(Path("blocked"), "a file\n"));
+        QVERIFY(QDir().mkpath(Path("folder")));
+        const UserFile::WriterLock lock(Path("locked.ini"));
 
         const Run run =
             Companion(QString::fromUtf8(Expand(arguments.join(u'\n').toUtf8())).split(u'\n'));
@@ -218,10 +196,12 @@ private slots:
             QVERIFY2(run.err.startsWith(err + "\nUsage: nimbra-mobile-launch"), run.err);
         else
             QCOMPARE(run.err, Expand(err));
-        const QStringList defaults = Names(SourceResource("LauncherDefault.ini"));
-        QCOMPARE(run.out, out.isNull() ? defaults.join(u'\n').toUtf8() + '\n' : Expand(out));
+        const QString defaults = SourceResource("LauncherDefault.ini");
+        QCOMPARE(run.out,
+                 out.isNull() ? Companion({"--file", defaults, "--list"}).out : Expand(out));
         if (!userFile.isNull())
             QCOMPARE(ReadBytes(UserConfigPath()), userFile);
+        QCOMPARE(ReadBytes(Path("clash")), ClashingFile);
     }
 
     // --help and the manual page give the same forms, options and exit statuses.
@@ -260,98 +240,41 @@ private slots:
         const QString original = Path("original.ini");
         QVERIFY(WriteText(original, WithLostChoice));
         const Run exported = Companion({"--file", original, "--export"});
-        QCOMPARE(exported.status, 0);
-        QCOMPARE(exported.err, QByteArray());
+        QVERIFY2(exported.Ok(), exported.err);
         QVERIFY(WriteText(Path("exported.ini"), exported.out));
-
         // Nothing there yet: the import starts from the defaults, as the launcher would.
         const Run imported = Companion({"--import", Path("exported.ini")});
-        QCOMPARE(imported.status, 0);
-        QCOMPARE(imported.err, QByteArray());
-        const QStringList names = Names(original);
-        QCOMPARE(Names(UserConfigPath()), Names(SourceResource("LauncherDefault.ini")) + names);
-        for (const QString& name : names)
-            QCOMPARE(LaunchArguments(UserConfigPath(), name), LaunchArguments(original, name));
-
-        // Exporting one profile takes only its options.
-        const Run one = Companion({"--file", original, "--export", "Phone HD"});
-        QCOMPARE(one.status, 0);
-        QVERIFY2(one.out.endsWith("[Profile]\n\"Phone HD\"\t\"[Resolution] 0 [PixelDensity] 0 "
-                                  "[Input] 0 -gpu on\"\n\n"
-                                  "[Resolution]\n\"Small\"\t\" -windowsize 320x480\"\n\n"
-                                  "[PixelDensity]\n\"mdpi\"\t\" -ppi 160\"\n\n"
-                                  "[Input]\n\"Touch\"\t\"\"\n\n"),
-                 one.out);
+        QVERIFY2(imported.Ok(), imported.err);
+        QCOMPARE(LongList(UserConfigPath()),
+                 LongList(SourceResource("LauncherDefault.ini")) + LongList(original));
+        // A named profile alone.
+        QVERIFY(WriteText(Path("one.ini"),
+                          Companion({"--file", original, "--export", "Phone HD"}).out));
+        QCOMPARE(LongList(Path("one.ini")),
+                 Expand("Phone HD\t\"EMU\"  -windowsize 320x480 -ppi 160 -profile-name \"Phone HD\""
+                        "  -gpu on\n"));
     }
 
+    // The user's profiles stay, a clashing one comes in renamed; an out-of-date target is set
+    // aside as the launcher would.
     void importMergesWithoutClobbering()
     {
         QVERIFY(WriteText(UserConfigPath(), TestConfig()));
         QVERIFY(WriteText(Path("clash.ini"), ClashingFile));
         const Run run = Companion({"--import", Path("clash.ini")});
-        QCOMPARE(run.status, 0);
-        QCOMPARE(run.err, QByteArray());
+        QVERIFY2(run.Ok(), run.err);
         QCOMPARE(run.out, Expand("Added resolution \"Tiny\".\nAdded profile \"Tablet (2)\" "
                                  "(\"Tablet\" in @/clash.ini).\nSkipped profile \"Base\": "
                                  "already there.\n"));
-        QCOMPARE(Names(UserConfigPath()),
-                 (QStringList{"Base", "Phone HD", "Tablet", "Watch", "Tablet (2)"}));
-        QCOMPARE(LaunchArguments(UserConfigPath(), "Tablet (2)"),
-                 (QStringList{"-windowsize", "240x320", "-profile-name", "Tablet (2)"}));
-    }
+        QCOMPARE(Companion({"--list"}).out, "Base\nPhone HD\nTablet\nWatch\nTablet (2)\n");
 
-    // An out-of-date target is set aside as the launcher would; one that can't be read is never
-    // overwritten, and a regular file where the data folder should be can't hold one, even for
-    // root. Another writer that keeps its lock keeps the import out. The file to import stays
-    // as it was.
-    void importTarget_data()
-    {
-        QTest::addColumn<QByteArray>("target"); // a folder when null
-        QTest::addColumn<int>("obstacle");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("kept"); // where the target is afterwards, in the data folder
-        QTest::addColumn<QByteArray>("err");
-        QTest::newRow("out of date: set aside")
-            << QByteArray("$VERSION 102\n") << int(None) << 0 << "Launcher.102.ini"
-            << QByteArray("@/data/Nimbra Mobile/Launcher.ini is out of date and was renamed to "
-                          "@/data/Nimbra Mobile/Launcher.102.ini; starting from the defaults.\n");
-        QTest::newRow("unreadable: a folder")
-            << QByteArray() << int(None) << 1 << QString()
-            << QByteArray("Cannot read @/data/Nimbra Mobile/Launcher.ini: nothing imported.\n");
-        QTest::newRow("unwritable folder")
-            << TestConfig() << int(FolderIsAFile) << 1 << "Launcher.ini"
-            << QByteArray("Cannot write @/blocked/Nimbra Mobile/Launcher.ini: nothing "
-                          "imported.\n");
-        QTest::newRow("another writer's lock, held throughout")
-            << TestConfig() << int(LockHeld) << 1 << "Launcher.ini"
-            << QByteArray("Another program is writing @/data/Nimbra Mobile/Launcher.ini: "
-                          "nothing imported.\n");
-    }
-
-    void importTarget()
-    {
-        QFETCH(QByteArray, target);
-        QFETCH(int, obstacle);
-        QFETCH(int, status);
-        QFETCH(QString, kept);
-        QFETCH(QByteArray, err);
-        QVERIFY(target.isNull() ? QDir().mkpath(UserConfigPath())
-                                : WriteText(UserConfigPath(), target));
-        QVERIFY(WriteText(Path("clash.ini"), ClashingFile));
-        if (obstacle == FolderIsAFile) {
-            QVERIFY(WriteText(Path("blocked"), "not a folder\n"));
-            qputenv("XDG_DATA_HOME", QFile::encodeName(Path("blocked")));
-        }
-        std::optional<UserFile::WriterLock> lock;
-        if (obstacle == LockHeld)
-            lock.emplace(UserConfigPath());
-
-        const Run run = Companion({"--import", Path("clash.ini")});
-        QCOMPARE(run.status, status);
-        QCOMPARE(run.err, Expand(err));
-        if (!kept.isEmpty())
-            QCOMPARE(ReadBytes(Path("data/Nimbra Mobile/") + kept), target);
-        QCOMPARE(ReadBytes(Path("clash.ini")), ClashingFile);
+        QVERIFY(WriteText(UserConfigPath(), "$VERSION 102\n"));
+        const Run old = Companion({"--import", Path("clash.ini")});
+        QCOMPARE(old.status, 0);
+        QCOMPARE(old.err, Expand("@/Nimbra Mobile/Launcher.ini is out of date and was renamed to "
+                                 "@/Nimbra Mobile/Launcher.102.ini; starting from the "
+                                 "defaults.\n"));
+        QCOMPARE(ReadBytes(Path("Nimbra Mobile/Launcher.102.ini")), "$VERSION 102\n");
     }
 };
 

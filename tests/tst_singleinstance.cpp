@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QLockFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -32,8 +31,7 @@ bool Finished(QProcess& process)
 // Reads the process's output until a line starts with text.
 bool WaitForLine(QProcess& process, const QByteArray& text)
 {
-    QDeadlineTimer deadline(kWaitMs);
-    while (!deadline.hasExpired()) {
+    for (QDeadlineTimer deadline(kWaitMs); !deadline.hasExpired();) {
         while (process.canReadLine())
             if (process.readLine().startsWith(text))
                 return true;
@@ -51,28 +49,21 @@ class SingleInstanceTest : public QObject
     Q_OBJECT
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    QString m_runDir;
 
     QString CopyHelper(const QString& folder)
     {
+        QDir().mkpath(m_dir->filePath(folder));
         const QString copy = m_dir->filePath(folder + "/singleinstance_helper");
-        QDir().mkpath(QFileInfo(copy).absolutePath());
         return QFile::copy(SINGLEINSTANCE_HELPER, copy) ? copy : QString();
     }
 
-    // A child of the test, killed by cleanup(), so no test leaves a process running. The runtime
-    // and temporary folders are runDir, else the test's own.
+    // A child of the test, killed by cleanup(), so no test leaves a process running. It inherits
+    // the test's folders, unless env ("NAME=value") says otherwise.
     QProcess* Start(const QString& program, const QStringList& arguments = {},
-                    const QString& dataHome = {}, QString runDir = {})
+                    const QStringList& env = {})
     {
         auto* process = new QProcess(this);
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        runDir = runDir.isEmpty() ? m_runDir : runDir;
-        env.insert("XDG_RUNTIME_DIR", runDir);
-        env.insert("TMPDIR", runDir);
-        if (!dataHome.isEmpty())
-            env.insert("XDG_DATA_HOME", dataHome);
-        process->setProcessEnvironment(env);
+        process->setEnvironment(QProcess::systemEnvironment() + env);
         process->setProcessChannelMode(QProcess::MergedChannels);
         process->start(program, arguments);
         return process;
@@ -94,17 +85,11 @@ class SingleInstanceTest : public QObject
     // Lock files and sockets included (sockets count as system files).
     QStringList EntriesInRunDir() const
     {
-        return QDir(m_runDir).entryList(QDir::AllEntries | QDir::System | QDir::Hidden |
-                                        QDir::NoDotAndDotDot);
-    }
-
-    QString LockPath() const
-    {
-        return QDir(m_runDir).entryInfoList({"*.lock"}).value(0).filePath();
+        return QDir(m_dir->filePath("runtime"))
+            .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 
 private slots:
-    void initTestCase() { UsePrivateDataLocation(); }
     // Every instance a test started ends here, by its id, before its QProcess goes.
     void cleanup()
     {
@@ -116,88 +101,53 @@ private slots:
         qDeleteAll(processes);
     }
 
+    // Private data, runtime and state folders, inherited by the instances: the runtime folder
+    // holds their locks and sockets.
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        m_runDir = m_dir->filePath("run");
-        QVERIFY(QDir().mkpath(m_runDir));
-        // As private as a real runtime folder, or Qt complains about it.
-        QVERIFY(QFile::setPermissions(m_runDir,
-                                      QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        UsePrivateFolders(m_dir->path());
     }
 
-    // Copies at other paths are other instances; the message goes only to its own.
-    void secondStartMessagesItsOwnPrimary()
+    // Copies at other paths are other instances; the message goes only to its own. A frozen
+    // first instance still accepts connections; only its answer, which never comes within the
+    // whole 5000 ms, shows that it is alive (cleanup() kills it, stopped or not).
+    void secondStartMessagesItsOwnLivePrimary()
     {
         QProcess* primaryA = StartPrimary(CopyHelper("a"));
-        QVERIFY(primaryA);
         const QString helperB = CopyHelper("b");
         QProcess* primaryB = StartPrimary(helperB);
-        QVERIFY(primaryB);
+        QVERIFY(primaryA && primaryB);
         // An empty text, the launcher's own message, is framed as well as the others' "hello".
         QCOMPARE(ExitCode(helperB, {QString()}), 0);
         QVERIFY(WaitForLine(*primaryB, "message:\n"));
         QVERIFY(!primaryA->waitForReadyRead(200));
-    }
 
-    void staleStateIsTakenOver_data()
-    {
-        // A null lockText keeps the killed primary's own lock file (a dead owner).
-        QTest::addColumn<QByteArray>("lockText");
-        QTest::newRow("dead owner") << QByteArray();
-        QTest::newRow("empty lock, as a crash while writing it leaves") << QByteArray("");
-    }
-
-    void staleStateIsTakenOver()
-    {
-        QFETCH(QByteArray, lockText);
-        const QString helper = CopyHelper("a");
-        QProcess* killed = StartPrimary(helper);
-        QVERIFY(killed);
-        killed->kill();
-        QVERIFY(Finished(*killed));
-        // SIGKILL leaves both the lock and the socket behind.
-        QCOMPARE(EntriesInRunDir().size(), 2);
-        if (!lockText.isNull())
-            QVERIFY(WriteText(LockPath(), lockText));
-
-        QProcess* primary = StartPrimary(helper);
-        QVERIFY(primary);
-        QCOMPARE(ExitCode(helper), 0);
-        QVERIFY(WaitForLine(*primary, "message:hello"));
-    }
-
-    // A frozen first instance still accepts connections; only its answer, which never comes
-    // within the whole 5000 ms, shows that it is alive.
-    void frozenPrimaryMakesSecondStartFail()
-    {
-        const QString helper = CopyHelper("a");
-        QProcess* primary = StartPrimary(helper);
-        QVERIFY(primary);
-        QCOMPARE(::kill(pid_t(primary->processId()), SIGSTOP), 0);
+        QCOMPARE(::kill(pid_t(primaryB->processId()), SIGSTOP), 0);
         QElapsedTimer timer;
         timer.start();
-        const int status = ExitCode(helper);
-        const qint64 elapsed = timer.elapsed();
-        QCOMPARE(::kill(pid_t(primary->processId()), SIGCONT), 0);
-        QCOMPARE(status, 1);
-        QVERIFY2(elapsed >= 4500, qPrintable(QString::number(elapsed)));
+        QCOMPARE(ExitCode(helperB), 1);
+        QVERIFY2(timer.elapsed() >= 4500, qPrintable(QString::number(timer.elapsed())));
     }
 
     // A first instance that quits normally leaves nothing behind. A live process that then
     // holds the lock but does not listen yet is a first instance still starting up: a later
-    // start waits for it rather than taking its place.
-    void quitPrimaryFreesItsPlaceForALateListener()
+    // start waits for it rather than taking its place. A killed one leaves its lock and socket;
+    // a lock without a readable owner, as a crash while writing it leaves, is taken over as a
+    // dead owner's is (that one by Qt).
+    void leftStateIsFreedOrTakenOver()
     {
         const QString helper = CopyHelper("a");
         QProcess* earlier = StartPrimary(helper);
         QVERIFY(earlier);
-        QLockFile lock(LockPath());
+        const QString lockPath =
+            QDir(m_dir->filePath("runtime")).entryInfoList({"*.lock"}).value(0).filePath();
         QCOMPARE(ExitCode(helper, {"quit"}), 0);
         QVERIFY(Finished(*earlier));
         QCOMPARE(earlier->exitCode(), 0);
         QCOMPARE(EntriesInRunDir(), QStringList());
 
+        QLockFile lock(lockPath);
         QVERIFY(lock.tryLock());
         QProcess* second = Start(helper);
         QVERIFY(WaitForLine(*second, "secondary"));
@@ -207,6 +157,15 @@ private slots:
         QVERIFY(Finished(*second));
         QCOMPARE(second->exitCode(), 0);
         QVERIFY(WaitForLine(*primary, "message:hello"));
+
+        primary->kill();
+        QVERIFY(Finished(*primary));
+        QCOMPARE(EntriesInRunDir().size(), 2);
+        QVERIFY(WriteText(lockPath, ""));
+        QProcess* taker = StartPrimary(helper);
+        QVERIFY(taker);
+        QCOMPARE(ExitCode(helper), 0);
+        QVERIFY(WaitForLine(*taker, "message:hello"));
     }
 
     // With runtime and temporary folders too deep for any lock path (PATH_MAX 4096; nothing
@@ -219,16 +178,14 @@ private slots:
             deep += u'/' + QString(std::min<qsizetype>(200, 4079 - deep.size()), u'd');
         QVERIFY(QDir().mkpath(deep));
         const QString helper = CopyHelper("a");
-        const QString dataHome = m_dir->filePath("data");
-
-        QProcess* primary = Start(helper, {}, dataHome, deep);
+        const QStringList deepRun = {"XDG_RUNTIME_DIR=" + deep, "TMPDIR=" + deep};
+        QProcess* primary = Start(helper, {}, deepRun);
         QVERIFY(WaitForLine(*primary, "primary"));
-        QCOMPARE(QDir(dataHome + "/Nimbra Mobile").entryList({"*.lock"}).size(), 1);
-        QVERIFY(WaitForLine(*Start(helper, {}, dataHome, deep), "secondary"));
+        QCOMPARE(QDir(m_dir->filePath("Nimbra Mobile")).entryList({"*.lock"}).size(), 1);
+        QVERIFY(WaitForLine(*Start(helper, {}, deepRun), "secondary"));
         QVERIFY(WaitForLine(*primary, "message:hello"));
-
         for (int i = 0; i < 2; ++i) {
-            QProcess* alone = Start(helper, {}, deep, deep);
+            QProcess* alone = Start(helper, {}, deepRun + QStringList{"XDG_DATA_HOME=" + deep});
             QVERIFY(WaitForLine(
                 *alone, "nimbra-mobile-launcher: no folder can hold the single-instance lock"));
             QVERIFY(WaitForLine(*alone, "primary"));
@@ -242,7 +199,7 @@ private slots:
         // The window traces its file lookups while it loads, after the instance is claimed.
         QVERIFY(WaitForLine(*first, "GetFileName("));
         const QString data = m_dir->filePath("data");
-        QProcess* second = Start(LAUNCHER_EXECUTABLE, {}, data);
+        QProcess* second = Start(LAUNCHER_EXECUTABLE, {}, {"XDG_DATA_HOME=" + data});
         QVERIFY(Finished(*second));
         QCOMPARE(second->exitCode(), 0);
         QVERIFY(!second->readAll().contains("GetFileName("));
