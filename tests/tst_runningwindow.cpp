@@ -8,8 +8,6 @@
 #include "testenv.h"
 #include "windowfixture.h"
 
-#include "filelocations.h"
-
 #include <QAction>
 #include <QDesktopServices>
 #include <QScopeGuard>
