@@ -3,10 +3,19 @@
 #pragma once
 
 #include "runningemulators.h"
+#include "testenv.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTest>
+
+// "Default" with nothing chosen, and "Phone HD" at the second size and density with " -gpu on".
+inline QByteArray TwoProfiles()
+{
+    return "$VERSION\t106\n[Profile]\n\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
+           "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 2 [Input] 0  -gpu on\"\n" +
+           SizeAndDensitySections() + "[Input]\n";
+}
 
 // The records in the running folder, reports and entries about to be finished included.
 inline QStringList RecordFiles()

@@ -1,7 +1,7 @@
 // Running emulators through the companion as a process, with the build's supervisor and
 // stand-in: --running names the emulator's own process and its log, --json says the same,
 // --stop and --stop-all end them, --wait still passes the output on and ends as the emulator
-// did, and a log folder that can't be written still launches.
+// did, also when no log can be written.
 #include "launchlogs.h"
 #include "processidentity.h"
 #include "runningsupport.h"
@@ -21,17 +21,21 @@
 
 namespace {
 
-const QByteArray PhoneConfig =
-    "$VERSION\t106\n[Profile]\n"
-    "\"Default\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n"
-    "\"Phone HD\"\t\"[Resolution] 2 [PixelDensity] 2 [Input] 0  -gpu on\"\n" +
-    SizeAndDensitySections() + "[Input]\n";
-
 struct Run
 {
     int status = -1; // -1 when it did not exit normally in time
     QByteArray out;
     QByteArray err;
+    QByteArray All() const { return QByteArray::number(status) + '|' + out + '|' + err; }
+    // The one JSON object on standard output of a run that succeeded and said nothing else.
+    QJsonObject Json() const
+    {
+        QJsonParseError error;
+        const QJsonObject object = QJsonDocument::fromJson(out, &error).object();
+        return status == 0 && err.isEmpty() && error.error == QJsonParseError::NoError
+                   ? object
+                   : QJsonObject();
+    }
 };
 
 Run Companion(const QStringList& arguments)
@@ -72,21 +76,17 @@ class RunningLaunchTest : public QObject
     QString Path(const QString& name) const { return m_home->filePath(name); }
 
 private slots:
-    // Private folders per test, inherited by the programs it starts; stand-ins keep running
+    // A state folder per test, inherited by the programs it starts; stand-ins keep running
     // unless a test says otherwise.
     void init()
     {
         m_home = std::make_unique<QTemporaryDir>();
-        QDir().mkpath(Path("runtime"));
-        QFile::setPermissions(Path("runtime"),
-                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        qputenv("XDG_DATA_HOME", QFile::encodeName(Path("data")));
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(Path("runtime")));
+        UsePrivateDataLocation();
         qputenv("XDG_STATE_HOME", QFile::encodeName(Path("state")));
-        qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(Path("starts.jsonl")));
         qunsetenv("NIMBRA_STANDIN_QUIT");
         qunsetenv("NIMBRA_STANDIN_FAIL");
-        QVERIFY(WriteText(UserConfigPath(), PhoneConfig));
+        qputenv("NIMBRA_STANDIN_RECORD", QFile::encodeName(Path("starts.jsonl")));
+        QVERIFY(WriteText(UserConfigPath(), TwoProfiles()));
     }
 
     void cleanup() { QVERIFY(EndEverythingStarted()); }
@@ -98,71 +98,52 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(RunningLines().size(), 3, 15000);
         // Ten newer logs of the profile, then a launch that prunes: the running emulators'
         // logs stay (checked below), and so does its own.
-        QString logError;
-        for (int i = 1; i <= 10; ++i) {
-            QVERIFY(!LaunchLogs::Create(LaunchLogs::Folder(), "Phone HD", "cmd",
-                                        QDateTime::currentMSecsSinceEpoch() + i * 3600000,
-                                        &logError)
-                         .isEmpty());
-        }
+        const QString newer = Path("state/Nimbra Mobile/logs/Phone HD.2099%1-000000-000.log");
+        for (int day = 1; day <= 10; ++day)
+            QVERIFY(WriteText(newer.arg(1000 + day), "cmd\n"));
         qputenv("NIMBRA_STANDIN_QUIT", "1");
         QCOMPARE(Companion({"--wait", "Phone HD"}).status, 0);
         qunsetenv("NIMBRA_STANDIN_QUIT");
         QCOMPARE(QDir(LaunchLogs::Folder()).entryList({"Phone HD.*"}).size(), 13);
+
+        // Each line as the JSON object has it: the emulator's own process, its start in local
+        // time with seconds, its command, and its log, which begins with the command.
         const QList<QStringList> lines = RunningLines();
+        const QJsonObject json = Companion({"--running", "--json"}).Json();
+        QCOMPARE(json.value("version").toInt(), 1);
+        const QJsonArray running = json.value("running").toArray();
+        QCOMPARE(running.size(), 3);
         const QRegularExpression isoSeconds(
             QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d(Z|[+-]\\d\\d:\\d\\d)$"));
         QList<qint64> phonePids;
-        for (const QStringList& line : lines) {
-            QCOMPARE(line.size(), 4);
-            const qint64 pid = line[1].toLongLong();
-            QTRY_VERIFY_WITH_TIMEOUT(RunsTheStandIn(pid), 15000);
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            const QJsonObject entry = running[i].toObject();
+            const QStringList& line = lines[i];
+            QCOMPARE(
+                (QStringList{entry["profile"].toString(), QString::number(entry["pid"].toInteger()),
+                             entry["started"].toString(), entry["log"].toString()}),
+                line);
+            QTRY_VERIFY_WITH_TIMEOUT(RunsTheStandIn(line[1].toLongLong()), 15000);
             QVERIFY2(isoSeconds.match(line[2]).hasMatch(), qPrintable(line[2]));
             QVERIFY(qAbs(QDateTime::fromString(line[2], Qt::ISODate)
                              .secsTo(QDateTime::currentDateTime())) < 60);
             const QByteArray command = Companion({"--command", line[0]}).out;
+            QCOMPARE(entry["command"].toString().toUtf8() + '\n', command);
             QCOMPARE(ReadBytes(line[3]).left(command.size()), command);
             if (line[0] == "Phone HD")
-                phonePids.append(pid);
+                phonePids.append(line[1].toLongLong());
         }
         QCOMPARE(phonePids.size(), 2);
 
-        // The same facts as one JSON object, nothing else.
-        const Run json = Companion({"--running", "--json"});
-        QCOMPARE(json.status, 0);
-        QJsonParseError error;
-        const QJsonObject object = QJsonDocument::fromJson(json.out, &error).object();
-        QCOMPARE(error.error, QJsonParseError::NoError);
-        QCOMPARE(object.value("version").toInt(), 1);
-        const QJsonArray running = object.value("running").toArray();
-        QCOMPARE(running.size(), 3);
-        for (qsizetype i = 0; i < running.size(); ++i) {
-            const QJsonObject entry = running[i].toObject();
-            QCOMPARE(
-                (QStringList{entry.value("profile").toString(),
-                             QString::number(entry.value("pid").toInteger()),
-                             entry.value("started").toString(), entry.value("log").toString()}),
-                lines[i]);
-            QCOMPARE(entry.value("command").toString().toUtf8() + '\n',
-                     Companion({"--command", lines[i][0]}).out);
-        }
-
-        const Run stop = Companion({"--stop", "Phone HD"});
-        QCOMPARE(stop.status, 0);
-        QCOMPARE(stop.out + stop.err, QByteArray());
+        QCOMPARE(Companion({"--stop", "Phone HD"}).All(), "0||");
         for (const qint64 pid : phonePids)
             QVERIFY(!RunsTheStandIn(pid) || ReadProcessState(pid).ended);
         QCOMPARE(RunningLines().size(), 1);
-        QCOMPARE(RunningLines()[0][0], "Default");
-
-        const Run again = Companion({"--stop", "Phone HD"});
-        QCOMPARE(again.status, 1);
-        QCOMPARE(again.err, "No emulator of profile \"Phone HD\" is running.\n");
+        QCOMPARE(Companion({"--stop", "Phone HD"}).All(),
+                 "1||No emulator of profile \"Phone HD\" is running.\n");
         QCOMPARE(Companion({"--stop", "Phone"}).status, 2);
         QCOMPARE(Companion({"--stop-all"}).status, 0);
-        const Run none = Companion({"--running"});
-        QVERIFY2(none.status == 0, none.err.constData());
-        QCOMPARE(none.out + none.err, QByteArray());
+        QCOMPARE(Companion({"--running"}).All(), "0||");
     }
 
     // Whatever a name holds, each running emulator is one line of four fields.
@@ -189,31 +170,25 @@ private slots:
 
     void listAsJson()
     {
-        for (const bool longList : {false, true}) {
-            const Run run = Companion(longList ? QStringList{"--list", "--long", "--json"}
-                                               : QStringList{"--json", "--list"});
-            QCOMPARE(run.status, 0);
-            const QJsonObject object = QJsonDocument::fromJson(run.out).object();
-            QCOMPARE(object.value("version").toInt(), 1);
-            QStringList names;
-            for (const QJsonValue& profile : object.value("profiles").toArray()) {
-                names.append(profile["name"].toString());
-                QCOMPARE(profile["command"].toString().toUtf8() + (longList ? "\n" : QByteArray()),
-                         longList ? Companion({"--command", names.last()}).out : QByteArray());
-            }
-            QCOMPARE(names, (QStringList{"Default", "Phone HD"}));
+        QJsonArray names, commands;
+        for (const QString name : {"Default", "Phone HD"}) {
+            names.append(QJsonObject{{"name", name}});
+            const QByteArray command = Companion({"--command", name}).out;
+            commands.append(QJsonObject{{"name", name}, {"command", QString(command.chopped(1))}});
         }
+        QCOMPARE(Companion({"--json", "--list"}).Json(),
+                 (QJsonObject{{"version", 1}, {"profiles", names}}));
+        QCOMPARE(Companion({"--list", "--long", "--json"}).Json(),
+                 (QJsonObject{{"version", 1}, {"profiles", commands}}));
     }
 
-    // The output reaches the caller and the log alike; the status is the emulator's, a signal
-    // still reads as a crash.
+    // The output reaches the caller and the log alike, and the status is the emulator's; a
+    // signal still reads as a crash. A log folder that can't be written still launches, and
+    // the emulator then writes where the companion does, so that must stay open.
     void waitKeepsItsWays()
     {
         qputenv("NIMBRA_STANDIN_FAIL", "first\nsecond");
-        const Run failed = Companion({"--wait", "Phone HD", "-x"});
-        QCOMPARE(failed.status, 3);
-        QCOMPARE(failed.out, QByteArray());
-        QCOMPARE(failed.err, "first\nsecond\n");
+        QCOMPARE(Companion({"--wait", "Phone HD", "-x"}).All(), "3||first\nsecond\n");
         const QStringList logs = QDir(Path("state/Nimbra Mobile/logs")).entryList(QDir::Files);
         QCOMPARE(logs.size(), 1);
         const QByteArray command = Companion({"--command", "Phone HD"}).out.trimmed();
@@ -222,17 +197,7 @@ private slots:
         QCOMPARE(RecordFiles(), QStringList());
 
         qunsetenv("NIMBRA_STANDIN_FAIL");
-        QProcess waiting;
-        waiting.start(COMPANION, {"--wait", "Phone HD"});
-        QTRY_COMPARE_WITH_TIMEOUT(Running::Read(Running::Folder()).running.size(), 1, 15000);
-        QVERIFY(Running::ForceStop(Running::Read(Running::Folder()).running[0]));
-        QVERIFY(waiting.waitForFinished(10000));
-        QCOMPARE(waiting.exitCode(), 1);
-        QVERIFY(waiting.readAllStandardError().endsWith("Nimbra Mobile Emulator crashed.\n"));
-    }
-
-    void unwritableLogFolderStillLaunches()
-    {
+        QVERIFY(QDir(Path("state")).removeRecursively());
         QVERIFY(WriteText(Path("state"), "not a folder\n"));
         qputenv("NIMBRA_STANDIN_QUIT", "1");
         const Run quick = Companion({"--wait", "Phone HD"});
@@ -240,16 +205,17 @@ private slots:
         QCOMPARE(quick.err.count('\n'), 1);
         QVERIFY2(quick.err.startsWith("nimbra-mobile-supervise: no log for this launch: "),
                  quick.err);
-        QCOMPARE(Recorded(Path("starts.jsonl")).size(), 1);
+        QCOMPARE(Recorded(Path("starts.jsonl")).size(), 2); // the failed start, then this one
 
-        // Without a log the emulator writes where the companion does, so that must stay open.
         qunsetenv("NIMBRA_STANDIN_QUIT");
         QProcess waiting;
         waiting.start(COMPANION, {"--wait", "Default"});
         QTRY_COMPARE_WITH_TIMEOUT(RunningLines().size(), 1, 15000);
         QCOMPARE(RunningLines()[0].value(3), QString());
-        QVERIFY(EndEverythingStarted());
+        QVERIFY(Running::ForceStop(Running::Read(Running::Folder()).running[0]));
         QVERIFY(waiting.waitForFinished(10000));
+        QCOMPARE(waiting.exitCode(), 1);
+        QVERIFY(waiting.readAllStandardError().endsWith("Nimbra Mobile Emulator crashed.\n"));
         QCOMPARE(ReadBytes(Path("state")), "not a folder\n");
     }
 };
