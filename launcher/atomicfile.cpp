@@ -48,36 +48,42 @@ bool Synced(QFile& file)
 #endif
 }
 
-// The fallback for a folder that takes no temporary file: the old bytes are copied aside
-// first and put back when the new ones can't be written whole.
-bool WriteInPlace(const QString& path, const QByteArray& data, QString* errorString,
-                  const QString& backupFolder)
+} // namespace
+
+bool WriteFileInPlace(const QString& path, const QByteArray& data, QString* errorString,
+                      const QString& backupFolder)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadWrite | QIODevice::Unbuffered))
         return Fail(file, errorString);
     const QByteArray old = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return Fail(file, errorString);
     const QString backup =
-        backupFolder.isEmpty() ? QString() : backupFolder + u'/' + QFileInfo(path).fileName();
+        backupFolder.isEmpty()
+            ? QString()
+            : backupFolder + u'/' + QFileInfo(path).fileName() + QStringLiteral(".before-save");
     if (!backup.isEmpty() &&
-        (!QDir().mkpath(backupFolder) ||
-         !WriteFileAtomically(backup + QStringLiteral(".before-save"), old, errorString)))
+        (!QDir().mkpath(backupFolder) || !WriteFileAtomically(backup, old, errorString)))
         return false;
-    const bool written =
-        file.seek(0) && WriteAll(file, data) && file.resize(data.size()) && Synced(file);
-    if (!written) {
-        const QString reason = file.errorString();
-        file.seek(0) && WriteAll(file, old) && file.resize(old.size());
-        if (errorString)
-            *errorString = reason;
-        return false;
+    if (file.seek(0) && WriteAll(file, data) && file.resize(data.size()) && Synced(file)) {
+        if (!backup.isEmpty())
+            QFile::remove(backup);
+        return true;
     }
-    if (!backup.isEmpty())
-        QFile::remove(backup + QStringLiteral(".before-save"));
-    return true;
+    const QString reason = file.errorString();
+    // The copy is needed only while the old bytes are not back in place.
+    const bool restored =
+        file.seek(0) && WriteAll(file, old) && file.resize(old.size()) && Synced(file);
+    if (restored && !backup.isEmpty())
+        QFile::remove(backup);
+    if (errorString) {
+        *errorString = reason;
+        if (!restored && !backup.isEmpty())
+            *errorString += QStringLiteral("; the file as it was is kept in %1").arg(backup);
+    }
+    return false;
 }
-
-} // namespace
 
 bool WriteFileAtomically(const QString& path, const QByteArray& data, QString* errorString,
                          const QString& backupFolder)
@@ -86,7 +92,7 @@ bool WriteFileAtomically(const QString& path, const QByteArray& data, QString* e
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         const QFileInfo info(path);
         if (info.isFile() && info.isWritable() && !QFileInfo(info.absolutePath()).isWritable())
-            return WriteInPlace(path, data, errorString, backupFolder);
+            return WriteFileInPlace(path, data, errorString, backupFolder);
         return Fail(file, errorString);
     }
     // Written through QSaveFile itself: a QTextStream on top hides a failed write and lets

@@ -8,7 +8,14 @@
 // failure, *errorString (when given) holds the system's reason.
 //
 // A folder that can't take a new file, holding a file that can be written, is written in
-// place: the old bytes are first kept in a copy in backupFolder (when given), removed once
-// the new ones are complete, and put back if writing fails.
+// place (WriteFileInPlace).
 bool WriteFileAtomically(const QString& path, const QByteArray& data,
                          QString* errorString = nullptr, const QString& backupFolder = {});
+
+// Writes data over the file at path in place: its old bytes are first kept in a copy,
+// <backupFolder>/<file name>.before-save (when backupFolder is given); when the new ones
+// can't be written whole, the old ones are put back. The copy is removed once either is
+// complete, and stays only when the old bytes could not be put back (the reason then names
+// it). The fallback of WriteFileAtomically; tests call it directly.
+bool WriteFileInPlace(const QString& path, const QByteArray& data, QString* errorString = nullptr,
+                      const QString& backupFolder = {});

@@ -56,9 +56,10 @@ MainWindow::~MainWindow()
     // A save at logout left nothing to write unless something changed since.
     if (m_editedSinceSave)
         SaveConfig();
-    // Edits that could not be saved unattended stay for the next start.
+    // Edits that could not be saved unattended stay for the next start, and so does what an
+    // earlier run left when this one quit before it looked.
     if (m_lastSave != UserFile::SaveResult::Failed || !m_unattended)
-        QFile::remove(m_recovery.Path());
+        Recovery::RemoveOwn(m_recovery.Path());
 }
 
 void MainWindow::BuildControls()

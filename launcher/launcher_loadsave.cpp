@@ -2,6 +2,7 @@
 // turned into message boxes.
 #include "filelocations.h"
 #include "launcher.h"
+#include "recovery.h"
 
 #include <QFile>
 #include <QMessageBox>
@@ -12,6 +13,28 @@
 namespace {
 
 const QString WarningTitle = QStringLiteral("Nimbra Mobile Emulator Launcher Warning");
+
+// A save that failed with nobody there to ask (a signal, a logout): the process may end right
+// after, so the edits go to the recovery state now, not when its timer would have written
+// them; the line on stderr promises them back only once they are there.
+void KeepForNextStart(Recovery::Writer& recovery, const UserFile::Baseline& baseline,
+                      const ConfigModel& model, const QString& path, const QString& reason)
+{
+    QString why;
+    if (recovery.Write(Recovery::OfThisRun(baseline.base, model), &why)) {
+        std::fprintf(stderr,
+                     "nimbra-mobile-launcher: your profiles could not be saved to %s (%s); "
+                     "the next start brings them back from %s\n",
+                     qPrintable(path), qPrintable(reason), qPrintable(recovery.Path()));
+        return;
+    }
+    std::fprintf(stderr,
+                 "nimbra-mobile-launcher: your profiles could not be saved to %s (%s), and "
+                 "this session's changes could not be kept for the next start in %s either "
+                 "(%s)\n",
+                 qPrintable(path), qPrintable(reason), qPrintable(recovery.Path()),
+                 qPrintable(why));
+}
 
 } // namespace
 
@@ -103,10 +126,7 @@ bool MainWindow::SaveConfig()
     } while (m_lastSave == UserFile::SaveResult::Failed && !m_unattended &&
              AskRetrySave(path, reason));
     if (m_lastSave == UserFile::SaveResult::Failed && m_unattended)
-        std::fprintf(stderr,
-                     "nimbra-mobile-launcher: your profiles could not be saved to %s (%s); "
-                     "the next start brings them back from %s\n",
-                     qPrintable(path), qPrintable(reason), qPrintable(m_recovery.Path()));
+        KeepForNextStart(m_recovery, m_baseline, m_model, path, reason);
     m_editedSinceSave = m_lastSave != UserFile::SaveResult::Written;
     return true;
 }
@@ -118,7 +138,7 @@ void MainWindow::CommitData()
     SaveConfig();
     m_unattended = unattended;
     if (m_lastSave == UserFile::SaveResult::Written) {
-        QFile::remove(m_recovery.Path());
+        Recovery::RemoveOwn(m_recovery.Path());
         // The merge with what others wrote may have brought in more.
         ShowModel(m_model);
     }

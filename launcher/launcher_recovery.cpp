@@ -12,21 +12,14 @@
 
 #include <cstdio>
 
-#include <signal.h>
-
 namespace {
 
-// An edit is on disk at most this long after it is made, never while the user types.
+// An edit is on disk once edits pause this long, and never more than kRecoveryLatestMs after
+// it was made, however long a stream of edits goes on; never while the user types.
 constexpr int kRecoveryDelayMs = 500;
+constexpr int kRecoveryLatestMs = 1000;
 
 const QString Title = QStringLiteral("Nimbra Mobile Emulator Launcher");
-
-// The state of another first instance that runs right now (one without the single-instance
-// lock) is its own, not left behind.
-bool RunsElsewhere(qint64 pid)
-{
-    return pid > 0 && pid != QCoreApplication::applicationPid() && ::kill(pid_t(pid), 0) == 0;
-}
 
 } // namespace
 
@@ -35,22 +28,32 @@ void MainWindow::ModelChanged()
     m_editedSinceSave = true;
     RefreshRunningRows();
     if (!m_recoveryTimer) {
+        // Restarted by each edit; the latest one, its child, runs from the first edit not yet
+        // kept and is not restarted, so a stream of edits is kept at least every second.
         m_recoveryTimer = new QTimer(this);
         m_recoveryTimer->setSingleShot(true);
         m_recoveryTimer->setInterval(kRecoveryDelayMs);
         connect(m_recoveryTimer, &QTimer::timeout, this, &MainWindow::WriteRecoveryState);
+        auto* latest = new QTimer(m_recoveryTimer);
+        latest->setSingleShot(true);
+        latest->setInterval(kRecoveryLatestMs);
+        connect(latest, &QTimer::timeout, this, &MainWindow::WriteRecoveryState);
     }
-    // Not restarted by later edits, so a stream of them is kept at least every interval.
-    if (!m_recoveryTimer->isActive())
-        m_recoveryTimer->start();
+    auto* latest = m_recoveryTimer->findChild<QTimer*>();
+    if (!latest->isActive())
+        latest->start();
+    m_recoveryTimer->start();
 }
 
 void MainWindow::WriteRecoveryState()
 {
-    const Recovery::State state{QCoreApplication::applicationFilePath(),
-                                QCoreApplication::applicationPid(), m_baseline.base, m_model};
+    if (m_recoveryTimer) {
+        m_recoveryTimer->stop();
+        m_recoveryTimer->findChild<QTimer*>()->stop();
+    }
     QString reason;
-    if (!m_recovery.Write(state, &reason) && !m_recoveryFailureTold) {
+    if (!m_recovery.Write(Recovery::OfThisRun(m_baseline.base, m_model), &reason) &&
+        !m_recoveryFailureTold) {
         m_recoveryFailureTold = true;
         std::fprintf(stderr, "nimbra-mobile-launcher: cannot keep unsaved changes in %s: %s\n",
                      qPrintable(m_recovery.Path()), qPrintable(reason));
@@ -76,7 +79,7 @@ void MainWindow::RecoverUnsavedEdits()
     case Recovery::ReadResult::Usable:
         break;
     }
-    if (RunsElsewhere(state.pid))
+    if (Recovery::WriterStillRuns(state))
         return;
     // Merged like any other writer: what reached the file since stays.
     const ConfigModel before = m_model;

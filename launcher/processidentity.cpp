@@ -1,6 +1,8 @@
 #include "processidentity.h"
 
 #include <QByteArray>
+#include <QCoreApplication>
+#include <QFile>
 #include <QList>
 
 #include <cerrno>
@@ -14,6 +16,7 @@
 #if defined(Q_OS_LINUX)
 #include <sys/syscall.h>
 #elif defined(Q_OS_MACOS)
+#include <libproc.h>
 #include <sys/proc.h>
 #include <sys/sysctl.h>
 #include <sys/types.h>
@@ -107,6 +110,26 @@ bool SignalSameProcess(qint64 pid, const QString& identity, int sig)
         return false;
 #endif
     return IsSameLiveProcess(pid, identity) && ::kill(pid_t(pid), sig) == 0;
+}
+
+QString OwnProcessIdentity()
+{
+    return ReadProcessState(QCoreApplication::applicationPid()).identity;
+}
+
+QString ExecutableOfProcess(qint64 pid)
+{
+    if (pid <= 0)
+        return QString();
+#if defined(Q_OS_LINUX)
+    // Empty for an id that names no process, or one of another user.
+    return QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid));
+#elif defined(Q_OS_MACOS)
+    char path[PROC_PIDPATHINFO_MAXSIZE];
+    return ::proc_pidpath(int(pid), path, sizeof path) > 0 ? QString::fromUtf8(path) : QString();
+#else
+    return QString();
+#endif
 }
 
 int OpenExitDescriptor(qint64 pid, const QString& identity)

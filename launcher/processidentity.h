@@ -20,6 +20,13 @@ bool IsSameLiveProcess(qint64 pid, const QString& identity);
 // Sends sig to the recorded process only; false when it has ended or the id names another.
 bool SignalSameProcess(qint64 pid, const QString& identity, int sig);
 
+// The identity of the calling process, as ReadProcessState gives it for its own id.
+QString OwnProcessIdentity();
+
+// The executable the process with this id runs, as an absolute path; empty when that can't be
+// told (no such process, another user's, or a platform that does not say).
+QString ExecutableOfProcess(qint64 pid);
+
 // A descriptor that becomes readable when the recorded process ends, for an event loop to
 // watch; -1 where the platform offers none or the process no longer runs. The caller closes it.
 int OpenExitDescriptor(qint64 pid, const QString& identity);

@@ -2,8 +2,10 @@
 
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <csignal>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -15,8 +17,11 @@ int g_pair[2] = {-1, -1};
 extern "C" void WriteSignal(int signalNumber)
 {
     const char byte = char(signalNumber);
-    // Nothing else is safe in a handler; a full pipe only loses a repeat.
+    // Nothing else is safe in a handler. The handler's end does not block, so a full pair
+    // (nobody reads any more, as during the save at exit) only loses a repeat.
+    const int savedErrno = errno;
     [[maybe_unused]] const ssize_t written = ::write(g_pair[0], &byte, 1);
+    errno = savedErrno;
 }
 
 } // namespace
@@ -25,6 +30,14 @@ QuitSignals::QuitSignals(QObject* parent) : QObject(parent)
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_pair) != 0)
         return;
+    const int flags = ::fcntl(g_pair[0], F_GETFL);
+    if (flags < 0 || ::fcntl(g_pair[0], F_SETFL, flags | O_NONBLOCK) != 0) {
+        for (int& fd : g_pair) {
+            ::close(fd);
+            fd = -1;
+        }
+        return;
+    }
     m_notifier = new QSocketNotifier(g_pair[1], QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &QuitSignals::Read);
     struct sigaction action = {};

@@ -12,7 +12,9 @@ class QuitSignals : public QObject
     Q_OBJECT
 
 public:
-    // Installs the handlers; only one object may exist at a time.
+    // Installs the handlers, until it is destroyed; only one object may exist at a time. A
+    // signal that comes while nothing reads (a second one during the save at exit) is
+    // absorbed.
     explicit QuitSignals(QObject* parent = nullptr);
     ~QuitSignals() override;
 

@@ -4,7 +4,9 @@
 #include "fileformat.h"
 #include "filelocations.h"
 #include "instancepaths.h"
+#include "processidentity.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -20,6 +22,7 @@ const QByteArray Intro = "# Unsaved changes of a Nimbra Mobile Launcher session,
                          "start.\n";
 const QByteArray VersionMarker = "#recovery ";
 const QByteArray PidMarker = "#recovery-pid ";
+const QByteArray ProcessMarker = "#recovery-process ";
 const QByteArray LauncherMarker = "#recovery-launcher ";
 const QByteArray BaseMarker = "\n#recovery-base\n";
 const QByteArray EndMarker = "\n#recovery-end\n";
@@ -52,6 +55,25 @@ ReadResult Unusable(QString* reason, const QString& why)
 
 } // namespace
 
+State OfThisRun(const ConfigModel& base, const ConfigModel& model)
+{
+    return {QCoreApplication::applicationFilePath(), QCoreApplication::applicationPid(), base,
+            model, OwnProcessIdentity()};
+}
+
+bool WriterStillRuns(const State& state)
+{
+    if (state.pid <= 0 || state.pid == QCoreApplication::applicationPid())
+        return false;
+    if (!state.process.isEmpty())
+        return IsSameLiveProcess(state.pid, state.process);
+    // Written before the identity was kept: the id counts only while it runs that launcher.
+    const QString executable = ExecutableOfProcess(state.pid);
+    return !executable.isEmpty() && !ReadProcessState(state.pid).ended &&
+           (executable == state.launcher ||
+            executable == QFileInfo(state.launcher).canonicalFilePath());
+}
+
 QString StatePath(const QString& executablePath)
 {
     return UserStateFolder() + u'/' + InstanceName(executablePath) +
@@ -70,7 +92,8 @@ bool Writer::Write(const State& state, QString* errorString)
     }
     ConfigModel model = state.model;
     const QByteArray bytes = Intro + VersionMarker + QByteArray::number(FormatVersion) + '\n' +
-                             PidMarker + QByteArray::number(state.pid) + '\n' + LauncherMarker +
+                             PidMarker + QByteArray::number(state.pid) + '\n' + ProcessMarker +
+                             state.process.toUtf8() + '\n' + LauncherMarker +
                              state.launcher.toUtf8() + '\n' + Config::FormatUtf8(model) +
                              BaseMarker.mid(1) + m_baseText + EndMarker.mid(1);
     QDir().mkpath(QFileInfo(m_path).absolutePath());
@@ -95,6 +118,7 @@ ReadResult Read(const QString& path, const QString& executablePath, State* state
             reason,
             QStringLiteral("it belongs to the launcher installed at %1").arg(state->launcher));
     state->pid = HeaderValue(bytes, PidMarker).toLongLong();
+    state->process = QString::fromUtf8(HeaderValue(bytes, ProcessMarker));
     const qsizetype base = bytes.indexOf(BaseMarker);
     const qsizetype end = bytes.size() - EndMarker.size();
     if (base < 0 || !ReadDocument(bytes.left(base + 1), &state->model) ||
@@ -102,6 +126,20 @@ ReadResult Read(const QString& path, const QString& executablePath, State* state
                       &state->base))
         return Unusable(reason, QStringLiteral("it is damaged"));
     return ReadResult::Usable;
+}
+
+void RemoveOwn(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    // The header is all it takes.
+    const QByteArray head = file.read(4096);
+    file.close();
+    const QByteArray process = HeaderValue(head, ProcessMarker);
+    if (HeaderValue(head, PidMarker) == QByteArray::number(QCoreApplication::applicationPid()) &&
+        (process.isNull() || process == OwnProcessIdentity().toUtf8()))
+        QFile::remove(path);
 }
 
 QString SetAside(const QString& path)

@@ -5,9 +5,19 @@
 #include "threewaymerge.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
+
+#ifdef Q_OS_LINUX
+#include <cerrno>
+#include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace UserFile {
 
@@ -15,6 +25,25 @@ namespace {
 
 // Bounds the search in a folder full of set-aside files; one more name never takes that long.
 constexpr int kMaxSetAsideNames = 10000;
+
+// How long a save waits for another program to finish writing the file, and how often it
+// looks. An editor or a script holds it for a moment; the save at exit must not hang on one
+// that keeps it open.
+constexpr int kWriterWaitMs = 2000;
+constexpr int kWriterPollMs = 50;
+
+// Waits until no process holds path open for writing, or for as long as waitMs; true unless
+// one still does.
+bool WaitForWriters(const QString& path, int waitMs)
+{
+    const QDeadlineTimer deadline(waitMs);
+    while (WritersOf(path) == Writers::Some) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(kWriterPollMs);
+    }
+    return true;
+}
 
 // The content a merge compares with, without section 0: the profiles stand for it. Kept
 // apart, section 0's texts are the window's own, and the next save rewrites them in place
@@ -127,17 +156,51 @@ Loaded Load(const LoadRequest& request)
     return loaded;
 }
 
+Writers WritersOf(const QString& path)
+{
+#ifdef Q_OS_LINUX
+    // Non-blocking: a program holding a write lease on it is not waited for here.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return Writers::Unknown;
+    // The lease is released at once; should a writer open the file in between, the holder is
+    // told with this signal, which is ignored unless handled (SIGIO, the default, would end
+    // the process).
+    Writers writers = Writers::Unknown;
+    if (::fcntl(fd, F_SETSIG, SIGURG) == 0) {
+        if (::fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
+            ::fcntl(fd, F_SETLEASE, F_UNLCK);
+            writers = Writers::None;
+        } else if (errno == EAGAIN) {
+            writers = Writers::Some;
+        }
+    }
+    ::close(fd);
+    return writers;
+#else
+    Q_UNUSED(path);
+    return Writers::Unknown;
+#endif
+}
+
 Changes MergeChanges(const QString& path, ConfigModel& model, Baseline& baseline, qint32* version)
 {
     const Stamp stamp = StampOf(path);
     if (stamp == baseline.stamp || stamp.size < 0)
         return Changes::None;
+    // A writer that still has it open may be halfway (an editor that pauses, a script that
+    // writes in pieces): what it holds now is not what it is writing.
+    if (WritersOf(path) == Writers::Some)
+        return Changes::BeingWritten;
     ConfigModel theirs;
     qint32 read = 0;
     const ReadResult result = ReadModel(path, theirs, &read);
     if (version)
         *version = read;
-    // A file that changed while it was read is still being written.
+    if (WritersOf(path) == Writers::Some)
+        return Changes::BeingWritten;
+    // Where writers can't be told, a file that changed while it was read is still being
+    // written.
     if (result != ReadResult::Loaded || StampOf(path) != stamp)
         return Changes::Unreadable;
     model = MergeThreeWay(baseline.base, model, theirs);
@@ -159,7 +222,16 @@ SaveResult Save(const QString& path, ConfigModel& model, Baseline& baseline, QSt
     // losing the save for.
     const WriterLock lock(path);
     qint32 version = 0;
-    if (MergeChanges(path, model, baseline, &version) == Changes::Unreadable)
+    const bool idle = WaitForWriters(path, kWriterWaitMs);
+    const Changes changes =
+        idle ? MergeChanges(path, model, baseline, &version) : Changes::BeingWritten;
+    if (changes == Changes::BeingWritten) {
+        // Replaced now, what the other program writes after would go to a file nobody sees.
+        if (errorString)
+            *errorString = QStringLiteral("another program is still writing it");
+        return SaveResult::Failed;
+    }
+    if (changes == Changes::Unreadable)
         SetFileAside(path, version);
     if (!Config::WriteFile(path, model, errorString, UserStateFolder()))
         return SaveResult::Failed;

@@ -78,13 +78,21 @@ struct Loaded
 // The user's file by the loader's rules, else the defaults.
 Loaded Load(const LoadRequest& request);
 
-enum class Changes { None, Merged, Unreadable };
+// Whether some process, this one included, holds the file open for writing right now: a
+// writer that may not be done. Told on Linux (no read lease can be had on a file open for
+// writing); Unknown elsewhere, on file systems without leases, and for a file that can't be
+// opened, where callers go by what they read.
+enum class Writers { None, Some, Unknown };
+Writers WritersOf(const QString& path);
+
+enum class Changes { None, Merged, Unreadable, BeingWritten };
 
 // What someone else wrote into the file since the baseline, merged into model (three ways,
 // with the baseline's content as the common ancestor), and the baseline moved to that file.
 // None: unchanged, or gone (nothing to merge). Unreadable: changed into something that can't
-// be read as it stands (or still being written), with its version in *version; nothing
-// changes.
+// be read as it stands (or changed while it was read), with its version in *version.
+// BeingWritten: a writer still holds it open (WritersOf), so what it holds may be half of
+// what is coming: not read; look again once it is closed. Nothing changes unless Merged.
 Changes MergeChanges(const QString& path, ConfigModel& model, Baseline& baseline,
                      qint32* version = nullptr);
 
@@ -97,8 +105,10 @@ bool MayWrite(const ConfigModel& model, const Baseline& baseline);
 // that other writers of the file take too. Refused, touching nothing, unless MayWrite. What
 // someone else wrote since the baseline is merged in first (model then holds the merge); a
 // file that changed into something unreadable is set aside as an out-of-date one is, never
-// merged. Written: the baseline is the file as written. Failed: *errorString holds the
-// system's reason and the old file is whole.
+// merged. A file another program still holds open for writing is waited for a moment, and
+// not merged or replaced while it stays open: the save fails then, with that as its reason.
+// Written: the baseline is the file as written. Failed: *errorString holds the reason and the
+// old file is whole.
 SaveResult Save(const QString& path, ConfigModel& model, Baseline& baseline,
                 QString* errorString = nullptr);
 

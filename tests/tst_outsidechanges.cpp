@@ -7,6 +7,7 @@
 #include "userfile.h"
 #include "windowfixture.h"
 
+#include <QDir>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QTest>
@@ -109,6 +110,53 @@ private slots:
                               [&out](QByteArrayView bytes) { out += bytes; }};
         QCOMPARE(RunCompanion({"--import", dir.filePath("team.ini")}, console), 0);
         QTRY_VERIFY_WITH_TIMEOUT(ListNames(w).contains("Team"), 3000);
+    }
+
+    // A writer that pauses halfway (here after "[Resolution]", with the profiles' choices
+    // pointing at entries not yet written) holding the file open: nothing of it is merged
+    // until it closes the file, then all of it is.
+    void half_written_edit_is_merged_once_complete()
+    {
+        MainWindow w;
+        const QList<Profile> profiles = W::Profiles(w);
+        QTest::qWait(500); // the look at what changed since the load is done
+        const QByteArray complete = WithProfile(TestConfig(), "Hand");
+        const qsizetype half = complete.indexOf("[Resolution]") + 12;
+        QFile writer(UserConfigPath());
+        QVERIFY(writer.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered));
+        if (UserFile::WritersOf(UserConfigPath()) != UserFile::Writers::Some)
+            QSKIP("open writers can't be told on this file system");
+        QCOMPARE(writer.write(complete.left(half)), half);
+        QTest::qWait(1200);
+        QCOMPARE(W::Profiles(w), profiles);
+        QCOMPARE(writer.write(complete.mid(half)), complete.size() - half);
+        QTest::qWait(700);
+        QCOMPARE(W::Profiles(w), profiles);
+        writer.close();
+        QTRY_VERIFY_WITH_TIMEOUT(ListNames(w).contains("Hand"), 3000);
+        QCOMPARE(W::Profiles(w).mid(0, profiles.size()), profiles);
+        QCOMPARE(W::Profiles(w).last(), (Profile{"Hand", " -h", {1, 1, 0}}));
+    }
+
+    // A first run makes no data folder before it quits, and still notices a file that an
+    // import makes meanwhile.
+    void first_run_makes_no_folder_and_notices_an_import()
+    {
+        const QString folder = QFileInfo(UserConfigPath()).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        {
+            MainWindow w;
+            QTest::qWait(500);
+            QVERIFY(!QFileInfo::exists(folder));
+            QTemporaryDir dir;
+            QVERIFY(WriteText(dir.filePath("team.ini"), WithProfile(TestConfig(), "Team")));
+            QByteArray out;
+            const Console console{[&out](QByteArrayView bytes) { out += bytes; },
+                                  [&out](QByteArrayView bytes) { out += bytes; }};
+            QCOMPARE(RunCompanion({"--import", dir.filePath("team.ini")}, console), 0);
+            QTRY_VERIFY_WITH_TIMEOUT(ListNames(w).contains("Team"), 3000);
+        }
+        QVERIFY(ReadBytes(UserConfigPath()).contains("\"Team\""));
     }
 
     // At logout the save comes first; the exit that follows writes nothing more unless

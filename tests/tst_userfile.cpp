@@ -1,7 +1,9 @@
 // The user's file as one unit, without a window: what loading gives for each state of the
 // user's file and the defaults, where an out-of-date file goes, and what a save writes, refuses
 // or keeps.
+#include "atomicfile.h"
 #include "fileformat.h"
+#include "processidentity.h"
 #include "records.h"
 #include "recovery.h"
 #include "testenv.h"
@@ -12,6 +14,15 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using UserFile::DefaultsState;
 using UserFile::UserState;
@@ -39,6 +50,12 @@ QStringList Names(const ConfigModel& model)
 }
 
 const QByteArray Folder = "(a folder)";
+
+ino_t Inode(const QString& path)
+{
+    struct stat info = {};
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? info.st_ino : 0;
+}
 
 } // namespace
 
@@ -217,6 +234,8 @@ private slots:
             << "it belongs to the launcher installed at /opt/other";
         QTest::newRow("a model damaged")
             << QByteArray("$VERSION\t106") << QByteArray("$VERSION\t99") << "it is damaged";
+        // As root no permission keeps a file from being read: a folder in its place can't be.
+        QTest::newRow("unreadable") << Folder << QByteArray() << "(the system's reason)";
     }
 
     // Both models come back exactly, an empty base included; anything else is refused whole
@@ -231,10 +250,17 @@ private slots:
         const Recovery::State written{"/opt/launcher",
                                       42,
                                       {Config::NewSections(), {}},
-                                      UserFile::Load({{}, defaults, {}}).model};
+                                      UserFile::Load({{}, defaults, {}}).model,
+                                      "boot:1234"};
         QVERIFY(Recovery::Writer(path).Write(written));
-        if (!from.isEmpty())
+        if (from == Folder) {
+            QVERIFY(QFile::remove(path) && QDir().mkpath(path));
+            QFile folder(path);
+            QVERIFY(!folder.open(QIODevice::ReadOnly));
+            reason = folder.errorString();
+        } else if (!from.isEmpty()) {
             QVERIFY(WriteText(path, ReadBytes(path).replace(from, to)));
+        }
 
         Recovery::State read;
         QString why;
@@ -247,10 +273,199 @@ private slots:
         }
         QCOMPARE(result, Recovery::ReadResult::Usable);
         QCOMPARE(read.pid, 42);
+        QCOMPARE(read.process, "boot:1234");
         QVERIFY(SameContent(read.model, written.model));
         QVERIFY(SameContent(read.base, written.base));
         QCOMPARE(Recovery::Read(Path("none.ini"), "/opt/launcher", &read, &why),
                  Recovery::ReadResult::None);
+    }
+
+    // A state written before the identity was kept reads with none; its id then counts as the
+    // writer only while it runs the launcher that wrote it.
+    void recoveryStateWithoutIdentity()
+    {
+        const QString path = Path("state/recovery.ini");
+        const Recovery::State written{"/opt/launcher",
+                                      42,
+                                      {Config::NewSections(), {}},
+                                      {Config::NewSections(), {}},
+                                      "boot:1234"};
+        QVERIFY(Recovery::Writer(path).Write(written));
+        QVERIFY(WriteText(path, ReadBytes(path).replace("#recovery-process boot:1234\n", "")));
+        Recovery::State read;
+        QString why;
+        QCOMPARE(Recovery::Read(path, "/opt/launcher", &read, &why), Recovery::ReadResult::Usable);
+        QCOMPARE(read.pid, 42);
+        QVERIFY(read.process.isEmpty());
+
+        // This test is no /opt/launcher; as itself, it is the writer.
+        read.pid = ::getppid();
+        QVERIFY(!Recovery::WriterStillRuns(read));
+        read.launcher = ExecutableOfProcess(read.pid);
+        QVERIFY(!read.launcher.isEmpty());
+        QVERIFY(Recovery::WriterStillRuns(read));
+        read.process = OwnProcessIdentity(); // another process's
+        QVERIFY(!Recovery::WriterStillRuns(read));
+        read.process = ReadProcessState(read.pid).identity;
+        QVERIFY(Recovery::WriterStillRuns(read));
+    }
+
+    // A clean exit removes the state its own run wrote, and leaves one another run left that
+    // it never looked at.
+    void recoveryStateRemovedByItsOwnRunOnly()
+    {
+        const QString path = Path("state/recovery.ini");
+        const ConfigModel none{Config::NewSections(), {}};
+        QVERIFY(Recovery::Writer(path).Write({"/opt/launcher", 42, none, none, "boot:1234"}));
+        Recovery::RemoveOwn(path);
+        QVERIFY(QFileInfo::exists(path));
+        QVERIFY(Recovery::Writer(path).Write(Recovery::OfThisRun(none, none)));
+        Recovery::RemoveOwn(path);
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    // A writer that still holds the file open may be halfway: nothing of it is merged until it
+    // closes the file, and then all of it is.
+    void mergeWaitsUntilTheWriterCloses()
+    {
+        const QString path = Path("Launcher.ini");
+        QVERIFY(WriteText(path, TestConfig()));
+        UserFile::Loaded loaded = UserFile::Load({path, {}, {}});
+        const UserFile::Baseline before = loaded.baseline;
+        const ConfigModel model = loaded.model;
+
+        QByteArray complete = TestConfig();
+        complete.replace(
+            "[Resolution]\n",
+            "\"Hand\"\t\"[Resolution] 3 [PixelDensity] 3 [Input] 1 -h\"\n[Resolution]\n");
+        const qsizetype half = complete.indexOf("[Resolution]") + 12;
+        QFile writer(path);
+        QVERIFY(writer.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered));
+        if (UserFile::WritersOf(path) == UserFile::Writers::Unknown)
+            QSKIP("open writers can't be told on this file system");
+        QCOMPARE(UserFile::WritersOf(path), UserFile::Writers::Some);
+        QCOMPARE(writer.write(complete.left(half)), half);
+        for (int step = 0; step < 2; ++step) {
+            ConfigModel merged = model;
+            QCOMPARE(UserFile::MergeChanges(path, merged, loaded.baseline),
+                     UserFile::Changes::BeingWritten);
+            QCOMPARE(merged.profiles, model.profiles);
+            QCOMPARE(loaded.baseline.stamp, before.stamp);
+            // Complete, but still open: not yet.
+            QCOMPARE(writer.write(complete.mid(half)), complete.size() - half);
+            QTest::qWait(20);
+        }
+        writer.close();
+        QCOMPARE(UserFile::WritersOf(path), UserFile::Writers::None);
+        ConfigModel merged = model;
+        QCOMPARE(UserFile::MergeChanges(path, merged, loaded.baseline), UserFile::Changes::Merged);
+        QCOMPARE(merged.profiles.last(), (Profile{"Hand", " -h", {3, 3, 1}}));
+        QCOMPARE(merged.profiles.mid(0, 4), model.profiles);
+    }
+
+    void saveWaitsForAWriter_data()
+    {
+        QTest::addColumn<int>("heldMs");
+        QTest::addColumn<bool>("written");
+        QTest::newRow("closed within the wait: merged and saved") << 300 << true;
+        QTest::newRow("still open: not replaced, the save fails") << 3000 << false;
+    }
+
+    // The save does not replace a file another program is writing: what it writes after
+    // would go to a file nobody sees.
+    void saveWaitsForAWriter()
+    {
+        QFETCH(int, heldMs);
+        QFETCH(bool, written);
+        const QString path = Path("Launcher.ini");
+        QVERIFY(WriteText(path, File({"Start"})));
+        UserFile::Loaded loaded = UserFile::Load({path, {}, {}});
+        loaded.model.profiles.append({"Mine", "", {0, 0, 0}});
+
+        const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND);
+        QVERIFY(fd >= 0);
+        if (UserFile::WritersOf(path) != UserFile::Writers::Some) {
+            ::close(fd);
+            QSKIP("open writers can't be told on this file system");
+        }
+        const QByteArray theirs = "\"Theirs\"\t\"[Resolution] 0 [PixelDensity] 0 [Input] 0 \"\n";
+        std::thread writer([fd, heldMs, &theirs] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(heldMs / 2));
+            [[maybe_unused]] const ssize_t n = ::write(fd, theirs.constData(), theirs.size());
+            std::this_thread::sleep_for(std::chrono::milliseconds(heldMs / 2));
+            ::close(fd);
+        });
+        QString reason;
+        const UserFile::SaveResult result =
+            UserFile::Save(path, loaded.model, loaded.baseline, &reason);
+        writer.join();
+        if (written) {
+            QCOMPARE(result, UserFile::SaveResult::Written);
+            QCOMPARE(Names(UserFile::Load({path, {}, {}}).model),
+                     (QStringList{"Start", "Mine", "Theirs"}));
+        } else {
+            QCOMPARE(result, UserFile::SaveResult::Failed);
+            QCOMPARE(reason, "another program is still writing it");
+            QCOMPARE(ReadBytes(path), File({"Start"}) + theirs);
+        }
+    }
+
+    void writeInPlace_data()
+    {
+        QTest::addColumn<qint64>("sizeLimit"); // for files this process writes; 0: none
+        QTest::addColumn<bool>("written");
+        QTest::newRow("the new bytes land") << qint64(0) << true;
+        QTest::newRow("a failed write leaves the old bytes") << qint64(4096) << false;
+    }
+
+    // The fallback for a folder that takes no temporary file: the same file, its old bytes
+    // whole until the new ones are, and no copy of them left either way.
+    void writeInPlace()
+    {
+        QFETCH(qint64, sizeLimit);
+        QFETCH(bool, written);
+        const QString path = Path("data/Launcher.ini");
+        const QByteArray old = File({"Old"});
+        const QByteArray data = File(QStringList(400, QStringLiteral("A profile name")));
+        // Past any limit, with the old bytes (and their copy) well within.
+        QVERIFY(data.size() > 2 * sizeLimit && 2 * old.size() < 4096);
+        QVERIFY(WriteText(path, old));
+        const ino_t inode = Inode(path);
+
+        rlimit saved = {};
+        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+        const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+        if (sizeLimit > 0) {
+            const rlimit limit = {rlim_t(sizeLimit), saved.rlim_max};
+            QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        }
+        QString reason;
+        const bool ok = WriteFileInPlace(path, data, &reason, Path("state"));
+        ::setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previousHandler);
+
+        QCOMPARE(ok, written);
+        QCOMPARE(ReadBytes(path), written ? data : old);
+        QCOMPARE(Inode(path), inode);
+        if (!written)
+            QVERIFY(!reason.isEmpty());
+        QVERIFY(!QFileInfo::exists(Path("state/Launcher.ini.before-save")));
+    }
+
+    // Where permissions count (not as root), a folder that takes no new file is written in
+    // place by the ordinary save.
+    void readOnlyFolderIsWrittenInPlace()
+    {
+        if (::geteuid() == 0)
+            QSKIP("as root a read-only folder still takes new files");
+        const QString path = Path("data/Launcher.ini");
+        QVERIFY(WriteText(path, File({"Old"})));
+        QVERIFY(QFile::setPermissions(Path("data"), QFile::ReadOwner | QFile::ExeOwner));
+        QString reason;
+        const bool ok = WriteFileAtomically(path, File({"New"}), &reason, Path("state"));
+        QFile::setPermissions(Path("data"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QVERIFY2(ok, qPrintable(reason));
+        QCOMPARE(ReadBytes(path), File({"New"}));
     }
 };
 
