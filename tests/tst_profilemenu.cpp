@@ -26,18 +26,6 @@ void RecordTrace(QtMsgType, const QMessageLogContext&, const QString& message)
         g_traces.append(message);
 }
 
-// Shortcuts need an active window and the list to hold the focus.
-bool ShowWithListFocus(MainWindow& w, int row)
-{
-    w.show();
-    QApplication::setActiveWindow(&w);
-    if (!QTest::qWaitForWindowActive(&w))
-        return false;
-    W::Select(w, row);
-    W::ProfileList(w)->setFocus();
-    return W::ProfileList(w)->hasFocus();
-}
-
 } // namespace
 
 class ProfileMenuTest : public QObject
@@ -136,7 +124,8 @@ private slots:
         QFETCH(bool, keepsEdit);
         MainWindow w;
         const QList<Profile> before = W::Profiles(w);
-        QVERIFY(ShowWithListFocus(w, row));
+        W::Select(w, row);
+        QVERIFY(W::ShowFocused(w));
         const Profile edited{"", "  -x 1  ", {2, 3, 1}};
         for (const OptionKind kind : AllOptionKinds)
             W::ComboBox(w, kind)->setCurrentIndex(ChosenIndex(edited, kind));
@@ -186,7 +175,8 @@ private slots:
 
         MainWindow w;
         // A right click picks its own row, so it starts from another one.
-        QVERIFY(ShowWithListFocus(w, rightClick ? 0 : row));
+        W::Select(w, rightClick ? 0 : row);
+        QVERIFY(W::ShowFocused(w));
         if (rightClick) {
             ProfileQListWidget* list = W::ProfileList(w);
             const QPoint center = list->visualItemRect(list->item(row)).center();
@@ -222,7 +212,7 @@ private slots:
         const auto restore = qScopeGuard([previous] { qInstallMessageHandler(previous); });
         MainWindow w;
         ProfileQListWidget* list = W::ProfileList(w);
-        QVERIFY(ShowWithListFocus(w, 0));
+        QVERIFY(W::ShowFocused(w));
         // The arguments the preview's command passes, once it ends as it should.
         const auto previewed = [&w](const QString& arguments) {
             const QString preview = W::CommandLine(w)->text();

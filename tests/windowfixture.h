@@ -5,10 +5,12 @@
 #include "launcher.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
+#include <QTest>
 
 class WindowFixture
 {
@@ -17,6 +19,7 @@ class WindowFixture
 public:
     static QList<Profile>& Profiles(MainWindow& w) { return w.m_profiles; }
     static QList<ConfigSection>& Sections(MainWindow& w) { return w.m_sections; }
+    static ConfigModel& Model(MainWindow& w) { return w.m_model; }
     static ProfileQListWidget* ProfileList(View w) { return w.m_profileList; }
     static QLineEdit* Arguments(View w) { return w.m_argumentsEdit; }
     static QPushButton* AddUpdateButton(View w) { return w.m_addUpdateButton; }
@@ -30,6 +33,17 @@ public:
     // What the controls show, as the profile the window would store or launch.
     static Profile Controls(View w) { return w.ControlsProfile(); }
     static void Select(MainWindow& w, int row) { w.m_profileList->setCurrentRow(row); }
+    // Shortcuts need an active window and the focus on their widget, the list unless given.
+    static bool ShowFocused(MainWindow& w, QWidget* on = nullptr)
+    {
+        on = on ? on : w.m_profileList;
+        w.show();
+        QApplication::setActiveWindow(&w);
+        if (!QTest::qWaitForWindowActive(&w))
+            return false;
+        on->setFocus();
+        return on->hasFocus();
+    }
 
     // Whether the profile list and the combo boxes show what the model holds.
     static bool InStep(View w)
