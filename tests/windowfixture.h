@@ -10,7 +10,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
-#include <QTest>
+#include <QtWidgets/qtestsupport_widgets.h>
 
 class WindowFixture
 {
@@ -45,19 +45,23 @@ public:
         return on->hasFocus();
     }
 
-    // Whether the profile list and the combo boxes show what the model holds.
+    // Whether the profile list and the combo boxes show what the model holds, and the filter's
+    // rule holds: the rows shown are exactly those whose name holds its text, and the current
+    // row is a shown one.
     static bool InStep(View w)
     {
         bool same = w.m_profileList->count() == w.m_profiles.size();
         for (int i = 0; same && i < w.m_profiles.size(); ++i)
-            same = w.m_profileList->item(i)->text() == w.m_profiles[i].name;
+            same = w.m_profileList->item(i)->text() == w.m_profiles[i].name &&
+                   w.m_profileList->isRowHidden(i) !=
+                       w.m_profiles[i].name.contains(w.m_filterEdit->text(), Qt::CaseInsensitive);
         for (const OptionKind kind : AllOptionKinds) {
             const QList<OptionEntry>& entries = w.m_sections[SectionIndex(kind)].entries;
             same = same && ComboBox(w, kind)->count() == entries.size();
             for (int i = 0; same && i < entries.size(); ++i)
                 same = ComboBox(w, kind)->itemText(i) == entries[i].key;
         }
-        return same;
+        return same && !w.m_profileList->isRowHidden(w.m_profileList->currentRow());
     }
 
     // The command preview and the profile list's menu.
