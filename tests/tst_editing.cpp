@@ -99,7 +99,6 @@ private slots:
         const Profile controls = W::Controls(w);
         ModalAnswerer answerer({"No", "Yes"});
         W::RemoveButton(w, OptionKind::Resolution)->click();
-        QCOMPARE(W::Sections(w), sections);
         QCOMPARE(W::Controls(w), controls);
         for (const OptionKind kind : {OptionKind::Resolution, OptionKind::PixelDensity}) {
             W::ComboBox(w, kind)->setCurrentIndex(1);
