@@ -26,5 +26,10 @@ inline QDebug operator<<(QDebug debug, const Profile& profile)
                            << ", " << profile.arguments << '}';
 }
 
+inline QDebug operator<<(QDebug debug, const ConfigModel& model)
+{
+    return debug << model.sections << model.profiles;
+}
+
 Q_DECLARE_METATYPE(OptionEntry)
 Q_DECLARE_METATYPE(Profile)

@@ -41,8 +41,7 @@ private slots:
     void addsOption()
     {
         const QSize screen = QGuiApplication::primaryScreen()->geometry().size();
-        const int width = screen.width();
-        const int height = screen.height();
+        const int width = screen.width(), height = screen.height();
         const QString typed = QStringLiteral("%1,%2,%3|OK");
         const QString windowSize = QStringLiteral(" -windowsize %1x%2");
         const QString add = QStringLiteral("Add Resolution|Name:|Width:|Height:");
@@ -51,7 +50,7 @@ private slots:
                                 QStringLiteral("%1x%2").arg(width).arg(height) +
                                 "\n\nAre you sure ?";
         MainWindow w;
-        const QList<Profile> profiles = W::Profiles(w);
+        const ConfigModel loaded = W::Model(w);
         QList<ConfigSection> expected = W::Sections(w);
         expected[SectionIndex(OptionKind::Resolution)].entries
             << OptionEntry{"Screen", windowSize.arg(width).arg(height)}
@@ -72,12 +71,21 @@ private slots:
         QCOMPARE(W::ComboBox(w, OptionKind::PixelDensity)->currentIndex(), 4);
         QVERIFY(W::RemoveButton(w, OptionKind::PixelDensity)->isEnabled());
 
+        // An added entry is only shown, not stored in the profile.
+        QCOMPARE(W::Model(w), (ConfigModel{expected, loaded.profiles}));
+        QVERIFY(W::InStep(w));
+
+        // Undone, one step per entry, to the model as loaded; nothing asked. Redo is the same
+        // for every edit (tst_profilemenu).
+        for (const QString kind : {"Pixel Density", "Resolution", "Resolution"}) {
+            QCOMPARE(W::Undo(w)->text(), "Undo Add " + kind);
+            W::Undo(w)->trigger();
+        }
+        QCOMPARE(W::Model(w), loaded);
+        QVERIFY(W::InStep(w));
         QCOMPARE(answerer.seen, (QStringList{add, add, warning.arg(width + 1).arg(height), add, add,
                                              warning.arg(width).arg(height + 1),
                                              "Add Pixel Density|Name:|Pixel Density:"}));
-        QCOMPARE(W::Sections(w), expected);
-        QCOMPARE(W::Profiles(w), profiles); // an added entry is only shown, not stored
-        QVERIFY(W::InStep(w));
     }
 
     // Declined, then confirmed for a resolution two profiles use; an unused pixel density goes
@@ -85,12 +93,12 @@ private slots:
     void removesOption()
     {
         MainWindow w;
+        const ConfigModel loaded = W::Model(w);
         W::Select(w, 1); // Phone HD: Resolution 1, Pixel Density 2
         QList<ConfigSection> sections = W::Sections(w);
         const Profile controls = W::Controls(w);
         ModalAnswerer answerer({"No", "Yes"});
         W::RemoveButton(w, OptionKind::Resolution)->click();
-        QCOMPARE(W::Sections(w), sections);
         QCOMPARE(W::Controls(w), controls);
         for (const OptionKind kind : {OptionKind::Resolution, OptionKind::PixelDensity}) {
             W::ComboBox(w, kind)->setCurrentIndex(1);
@@ -100,10 +108,6 @@ private slots:
             QVERIFY(!W::RemoveButton(w, kind)->isEnabled());
         }
 
-        const QString asked =
-            "Confirm remove resolution|The following profiles use this option, are "
-            "you sure you want to continue?\n\nPhone HD\nWatch\n";
-        QCOMPARE(answerer.seen, (QStringList{asked, asked}));
         QCOMPARE(W::Sections(w), sections);
         QVERIFY(W::InStep(w));
         // A repair reaches the model only: the field shows it once Phone HD is chosen again.
@@ -111,6 +115,18 @@ private slots:
         W::Select(w, 0);
         W::Select(w, 1);
         QCOMPARE(W::Controls(w), W::Profiles(w)[1]);
+
+        // Undone, one step per entry, to the model as loaded; nothing asked.
+        for (const QString kind : {"Pixel Density", "Resolution"}) {
+            QCOMPARE(W::Undo(w)->text(), "Undo Remove " + kind);
+            W::Undo(w)->trigger();
+        }
+        QCOMPARE(W::Model(w), loaded);
+        QVERIFY(W::InStep(w));
+        const QString asked =
+            "Confirm remove resolution|The following profiles use this option, are "
+            "you sure you want to continue?\n\nPhone HD\nWatch\n";
+        QCOMPARE(answerer.seen, (QStringList{asked, asked}));
     }
 
     // The add dialog on its own: what the number rows take and when "OK" is enabled.

@@ -18,6 +18,29 @@ using W = WindowFixture;
 
 namespace {
 
+// One edit of the profile list and what follows from it.
+struct ListEdit
+{
+    int row;           // selected when the controls are edited
+    QString edit;      // "Add" (Add/Update), "Remove", or keys
+    QStringList steps; // the answers, "typed|button"
+    QStringList seen;
+    // The profiles afterwards: "NAME" as it was, "NAME=OTHER" with OTHER's values, "NAME=*"
+    // with the edited controls' values.
+    QStringList profiles;
+    int current;
+    bool keepsEdit; // else the controls show the stored profile
+    QString undo;   // "Undo ... Profile" then; none when nothing changed
+    QString filter; // typed before the row is selected
+};
+
+ListEdit Edit(int row, const QString& edit, const QStringList& steps, const QStringList& seen,
+              const QStringList& profiles, int current, bool keepsEdit, const QString& undo = {},
+              const QString& filter = {})
+{
+    return {row, edit, steps, seen, profiles, current, keepsEdit, undo, filter};
+}
+
 QStringList g_traces;
 
 void RecordTrace(QtMsgType, const QMessageLogContext&, const QString& message)
@@ -26,19 +49,9 @@ void RecordTrace(QtMsgType, const QMessageLogContext&, const QString& message)
         g_traces.append(message);
 }
 
-// Shortcuts need an active window and the list to hold the focus.
-bool ShowWithListFocus(MainWindow& w, int row)
-{
-    w.show();
-    QApplication::setActiveWindow(&w);
-    if (!QTest::qWaitForWindowActive(&w))
-        return false;
-    W::Select(w, row);
-    W::ProfileList(w)->setFocus();
-    return W::ProfileList(w)->hasFocus();
-}
-
 } // namespace
+
+Q_DECLARE_METATYPE(ListEdit)
 
 class ProfileMenuTest : public QObject
 {
@@ -54,118 +67,115 @@ private slots:
 
     // Each edit of the profile list, by button or by key, with the dialogs it shows: the list
     // and the model stay in step, and the controls show the current profile, or still the
-    // unsaved edit when only the row moved or nothing changed. Which names are refused, and
-    // where a copy or a move goes, are the model's rules (tst_model).
+    // unsaved edit when only the row moved or nothing changed. Undone, the model is as it was
+    // and the edit's row shows it; redone, as it was after; neither asks anything. Which names
+    // are refused, and where a copy or a move goes, are the model's rules (tst_model).
     void edits_data()
     {
-        QTest::addColumn<int>("row");           // selected when the controls are edited
-        QTest::addColumn<QString>("edit");      // "Add" (Add/Update), "Remove", or keys
-        QTest::addColumn<QStringList>("steps"); // the answers, "typed|button"
-        QTest::addColumn<QStringList>("seen");
-        // The profiles afterwards: "NAME" as it was, "NAME=OTHER" with OTHER's values,
-        // "NAME=*" with the edited controls' values.
-        QTest::addColumn<QStringList>("profiles");
-        QTest::addColumn<int>("current");
-        QTest::addColumn<bool>("keepsEdit"); // else the controls show the stored profile
-
+        QTest::addColumn<ListEdit>("e");
         const QStringList same = {"Base", "Phone HD", "Tablet", "Watch"};
         const QString add = "Add Profile|Enter the name for the new profile|";
         const QString replace =
             "Add Profile|This profile already exists. Do you want to replace it?";
+        const QString quote = "Add Profile|A profile name can't contain a double quote (\"). "
+                              "Please choose another name.";
         const QString rename = "Rename Profile|Enter the new name for the profile|";
         const QString refused = "Rename Profile|%1 Please choose another name.";
         const QString remove = "Confirm Remove Profile|Are you sure you want to remove this "
                                "profile?\n\nTablet";
         QTest::newRow("Add: a new name")
-            << 0 << "Add" << QStringList{"Fresh|OK"} << QStringList{add}
-            << same + QStringList{"Fresh=*"} << 4 << false;
+            << Edit(0, "Add", {"Fresh|OK"}, {add}, same + QStringList{"Fresh=*"}, 4, false, "Add");
         QTest::newRow("Add: a later profile's name, replaced")
-            << 0 << "Add" << QStringList{"Tablet|OK", "|OK"} << QStringList{add, replace}
-            << QStringList{"Base", "Phone HD", "Tablet=*", "Watch"} << 2 << false;
+            << Edit(0, "Add", {"Tablet|OK", "|OK"}, {add, replace},
+                    {"Base", "Phone HD", "Tablet=*", "Watch"}, 2, false, "Update");
         // Replacing row 0 keeps the current row, so no row change refreshes the buttons.
         QTest::newRow("Add: the first profile's name, replaced")
-            << 0 << "Add" << QStringList{"Base|OK", "|OK"} << QStringList{add, replace}
-            << QStringList{"Base=*", "Phone HD", "Tablet", "Watch"} << 0 << false;
+            << Edit(0, "Add", {"Base|OK", "|OK"}, {add, replace},
+                    {"Base=*", "Phone HD", "Tablet", "Watch"}, 0, false, "Update");
         // Each refusal asks for a name again; an empty one ends it.
         QTest::newRow("Add: replacement declined, double quote refused, empty name")
-            << 0 << "Add" << QStringList{"Tablet|OK", "|Cancel", "Big \"one\"|OK", "|OK", "|OK"}
-            << QStringList{add, replace, add,
-                           "Add Profile|A profile name can't contain a double quote (\"). Please "
-                           "choose another name.",
-                           add}
-            << same << 0 << true;
-        QTest::newRow("Update: the selected profile, nothing asked")
-            << 1 << "Add" << QStringList() << QStringList()
-            << QStringList{"Base", "Phone HD=*", "Tablet", "Watch"} << 1 << false;
-        QTest::newRow("Remove: declined")
-            << 2 << "Remove" << QStringList{"Cancel"} << QStringList{remove} << same << 2 << true;
-        QTest::newRow("Remove: confirmed, the first profile shown")
-            << 2 << "Remove" << QStringList{"OK"} << QStringList{remove}
-            << QStringList{"Base", "Phone HD", "Watch"} << 0 << false;
-        QTest::newRow("Ctrl+D: the stored profile copied below, the copy shown")
-            << 1 << "Ctrl+D" << QStringList() << QStringList()
-            << QStringList{"Base", "Phone HD", "Phone HD copy=Phone HD", "Tablet", "Watch"} << 2
-            << false;
-        QTest::newRow("Alt+Down: only the row moves")
-            << 1 << "Alt+Down" << QStringList() << QStringList()
-            << QStringList{"Base", "Tablet", "Phone HD", "Watch"} << 2 << true;
-        QTest::newRow("Alt+Up") << 3 << "Alt+Up" << QStringList() << QStringList()
-                                << QStringList{"Base", "Phone HD", "Watch", "Tablet"} << 2 << true;
+            << Edit(0, "Add", {"Tablet|OK", "|Cancel", "Big \"one\"|OK", "|OK", "|OK"},
+                    {add, replace, add, quote, add}, same, 0, true);
+        QTest::newRow("Update: the selected profile, nothing asked") << Edit(
+            1, "Add", {}, {}, {"Base", "Phone HD=*", "Tablet", "Watch"}, 1, false, "Update");
+        QTest::newRow("Remove: declined") << Edit(2, "Remove", {"Cancel"}, {remove}, same, 2, true);
+        QTest::newRow("Remove: confirmed, the first profile shown") << Edit(
+            2, "Remove", {"OK"}, {remove}, {"Base", "Phone HD", "Watch"}, 0, false, "Remove");
+        // List rows are reused by position: the filter holds anew after the edit and each step.
+        QTest::newRow("Remove: confirmed, the base row filtered out") << Edit(
+            2, "Remove", {"OK"}, {remove}, {"Base", "Phone HD", "Watch"}, 2, false, "Remove", "t");
+        QTest::newRow("Ctrl+D: the stored profile copied below, the copy shown") << Edit(
+            1, "Ctrl+D", {}, {}, {"Base", "Phone HD", "Phone HD copy=Phone HD", "Tablet", "Watch"},
+            2, false, "Duplicate");
+        QTest::newRow("Alt+Down: only the row moves") << Edit(
+            1, "Alt+Down", {}, {}, {"Base", "Tablet", "Phone HD", "Watch"}, 2, true, "Move");
+        QTest::newRow("Alt+Up") << Edit(3, "Alt+Up", {}, {},
+                                        {"Base", "Phone HD", "Watch", "Tablet"}, 2, true, "Move");
         // A refused name is offered again to be fixed.
         QTest::newRow("F2: refused three times, then renamed")
-            << 1 << "F2"
-            << QStringList{"Tablet|OK", "OK", "Mobile\nHD|OK", "OK", "|OK", "OK", "Cell|OK"}
-            << QStringList{rename + "Phone HD",
-                           refused.arg("Another profile already has this name."),
-                           rename + "Tablet",
-                           refused.arg("Launcher.ini can't keep this name as typed."),
-                           rename + "Mobile\nHD",
-                           refused.arg("A profile name can't be empty."),
-                           rename}
-            << QStringList{"Base", "Cell=Phone HD", "Tablet", "Watch"} << 1 << true;
+            << Edit(1, "F2", {"Tablet|OK", "OK", "Mobile\nHD|OK", "OK", "|OK", "OK", "Cell|OK"},
+                    {rename + "Phone HD", refused.arg("Another profile already has this name."),
+                     rename + "Tablet", refused.arg("Launcher.ini can't keep this name as typed."),
+                     rename + "Mobile\nHD", refused.arg("A profile name can't be empty."), rename},
+                    {"Base", "Cell=Phone HD", "Tablet", "Watch"}, 1, true, "Rename");
+        QTest::newRow("F2: renamed out of the filter")
+            << Edit(3, "F2", {"Cell|OK"}, {rename + "Watch"},
+                    {"Base", "Phone HD", "Tablet", "Cell=Watch"}, 0, false, "Rename", "A");
     }
 
     void edits()
     {
-        QFETCH(int, row);
-        QFETCH(QString, edit);
-        QFETCH(QStringList, steps);
-        QFETCH(QStringList, seen);
-        QFETCH(QStringList, profiles);
-        QFETCH(int, current);
-        QFETCH(bool, keepsEdit);
+        QFETCH(ListEdit, e);
         MainWindow w;
-        const QList<Profile> before = W::Profiles(w);
-        QVERIFY(ShowWithListFocus(w, row));
+        const ConfigModel before = W::Model(w);
+        W::Filter(w)->setText(e.filter);
+        W::Select(w, e.row);
+        QVERIFY(W::ShowFocused(w));
         const Profile edited{"", "  -x 1  ", {2, 3, 1}};
         for (const OptionKind kind : AllOptionKinds)
             W::ComboBox(w, kind)->setCurrentIndex(ChosenIndex(edited, kind));
         W::Arguments(w)->setText(edited.arguments);
 
-        ModalAnswerer answerer(steps);
-        if (edit == "Add")
+        ModalAnswerer answerer(e.steps);
+        if (e.edit == "Add")
             W::AddUpdateButton(w)->click();
-        else if (edit == "Remove")
+        else if (e.edit == "Remove")
             W::RemoveProfileButton(w)->click();
         else
-            QTest::keySequence(W::ProfileList(w), QKeySequence(edit));
+            QTest::keySequence(W::ProfileList(w), QKeySequence(e.edit));
 
         QList<Profile> expected;
-        for (const QString& wanted : profiles) {
+        for (const QString& wanted : e.profiles) {
             const QString from = wanted.section(u'=', -1);
-            expected.append(from == "*" ? edited : before[FindProfile(before, from)]);
+            expected.append(from == "*" ? edited
+                                        : before.profiles[FindProfile(before.profiles, from)]);
             expected.last().name = wanted.section(u'=', 0, 0);
         }
-        QCOMPARE(answerer.seen, seen);
+        QCOMPARE(answerer.seen, e.seen);
         QCOMPARE(W::Profiles(w), expected);
         QVERIFY(W::InStep(w));
-        QCOMPARE(W::ProfileList(w)->currentRow(), current);
-        Profile shown = keepsEdit ? edited : expected[current];
-        shown.name = expected[current].name;
+        QCOMPARE(W::ProfileList(w)->currentRow(), e.current);
+        Profile shown = e.keepsEdit ? edited : expected[e.current];
+        shown.name = expected[e.current].name;
         QCOMPARE(W::Controls(w), shown);
-        QCOMPARE(W::AddUpdateButton(w)->isEnabled(), keepsEdit);
+        QCOMPARE(W::AddUpdateButton(w)->isEnabled(), e.keepsEdit);
         // The name is part of the command the preview shows.
         QVERIFY(W::CommandLine(w)->text().contains(" -profile-name \"" + shown.name + "\" "));
+
+        QCOMPARE(W::Undo(w)->text(), e.undo.isEmpty() ? "Undo" : "Undo " + e.undo + " Profile");
+        if (e.undo.isEmpty())
+            return;
+        const ConfigModel after = W::Model(w);
+        W::Undo(w)->trigger();
+        QCOMPARE(W::Model(w), before);
+        QVERIFY(W::InStep(w));
+        QCOMPARE(W::ProfileList(w)->currentRow(), e.row);
+        QCOMPARE(W::Controls(w), before.profiles[e.row]);
+        W::Redo(w)->trigger();
+        QCOMPARE(W::Model(w), after);
+        QVERIFY(W::InStep(w));
+        QCOMPARE(W::ProfileList(w)->currentRow(), e.current);
+        QCOMPARE(answerer.seen, e.seen);
     }
 
     void menuFollowsRow_data()
@@ -186,7 +196,8 @@ private slots:
 
         MainWindow w;
         // A right click picks its own row, so it starts from another one.
-        QVERIFY(ShowWithListFocus(w, rightClick ? 0 : row));
+        W::Select(w, rightClick ? 0 : row);
+        QVERIFY(W::ShowFocused(w));
         if (rightClick) {
             ProfileQListWidget* list = W::ProfileList(w);
             const QPoint center = list->visualItemRect(list->item(row)).center();
@@ -222,7 +233,7 @@ private slots:
         const auto restore = qScopeGuard([previous] { qInstallMessageHandler(previous); });
         MainWindow w;
         ProfileQListWidget* list = W::ProfileList(w);
-        QVERIFY(ShowWithListFocus(w, 0));
+        QVERIFY(W::ShowFocused(w));
         // The arguments the preview's command passes, once it ends as it should.
         const auto previewed = [&w](const QString& arguments) {
             const QString preview = W::CommandLine(w)->text();
