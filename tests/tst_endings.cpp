@@ -1,7 +1,7 @@
 // However the launcher ends, nothing is lost: a signal quits as a closed window does and the
-// save runs; after SIGKILL the next start brings the edit back; a save that fails with
-// nobody there to ask leaves the edit for the next start. Real processes of the launcher's
-// own entry point, with a companion that makes the edit (endings_editor.cpp).
+// save runs, a second one during it included; after SIGKILL the next start brings the edit back; a
+// save that fails with nobody there to ask leaves the edit for the next start. Real processes of
+// the launcher's own entry point, with a companion that makes the edit (endings_editor.cpp).
 #include "processidentity.h"
 #include "recovery.h"
 #include "testenv.h"
@@ -25,8 +25,7 @@ constexpr int kWaitMs = 20000;
 // Reads the process's stderr until a line starts with text; that line in *line.
 bool WaitForLine(QProcess& process, const QByteArray& text, QByteArray* line = nullptr)
 {
-    QDeadlineTimer deadline(kWaitMs);
-    while (!deadline.hasExpired()) {
+    for (QDeadlineTimer deadline(kWaitMs); !deadline.hasExpired();) {
         while (process.canReadLine()) {
             const QByteArray read = process.readLine();
             if (read.startsWith(text)) {
@@ -40,6 +39,12 @@ bool WaitForLine(QProcess& process, const QByteArray& text, QByteArray* line = n
         process.waitForReadyRead(int(deadline.remainingTime()));
     }
     return false;
+}
+
+bool EndedWith(QProcess& process, int status)
+{
+    return process.waitForFinished(kWaitMs) && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == status;
 }
 
 } // namespace
@@ -63,21 +68,14 @@ class EndingsTest : public QObject
         for (const QString& entry : env)
             environment.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
         process->setProcessEnvironment(environment);
-        process->setProcessChannelMode(QProcess::SeparateChannels);
         process->setReadChannel(QProcess::StandardError);
         process->start(m_program, {});
         m_running.append(process);
         return process;
     }
-
     QString UserFile() const { return m_dir->filePath("data/Nimbra Mobile/Launcher.ini"); }
     QString RecoveryFile() const { return Recovery::StatePath(m_program); }
-
-    static bool EndedWith(QProcess& process, int status)
-    {
-        return process.waitForFinished(kWaitMs) && process.exitStatus() == QProcess::NormalExit &&
-               process.exitCode() == status;
-    }
+    bool EditIn(const QString& path) const { return ReadBytes(path).contains(" copy\""); }
 
 private slots:
     void init()
@@ -106,49 +104,97 @@ private slots:
 
     void signalQuitsAndSaves_data()
     {
-        QTest::addColumn<int>("signalNumber");
-        QTest::newRow("SIGTERM") << int(SIGTERM);
-        QTest::newRow("SIGHUP") << int(SIGHUP);
-        QTest::newRow("SIGINT") << int(SIGINT);
+        QTest::addColumn<QList<int>>("signalNumbers"); // the first; the rest during the save
+        QTest::newRow("SIGTERM") << QList<int>{SIGTERM};
+        QTest::newRow("SIGHUP") << QList<int>{SIGHUP};
+        QTest::newRow("SIGINT") << QList<int>{SIGINT};
+        // The save waits for another program to finish writing the file; meanwhile more
+        // signals neither end the process nor lose the save.
+        QTest::newRow("SIGTERM, then SIGTERM and SIGINT during the save")
+            << QList<int>{SIGTERM, SIGTERM, SIGINT};
     }
 
     void signalQuitsAndSaves()
     {
-        QFETCH(int, signalNumber);
+        QFETCH(QList<int>, signalNumbers);
         QProcess* launcher = Start();
         QVERIFY(WaitForLine(*launcher, "edited"));
-        QCOMPARE(::kill(pid_t(launcher->processId()), signalNumber), 0);
+        QFile writer(UserFile());
+        if (signalNumbers.size() > 1) {
+            QVERIFY(writer.open(QIODevice::Append));
+            if (UserFile::WritersOf(UserFile()) != UserFile::Writers::Some)
+                QSKIP("open writers can't be told on this file system");
+        }
+        QCOMPARE(::kill(pid_t(launcher->processId()), signalNumbers.takeFirst()), 0);
+        if (writer.isOpen()) {
+            QTest::qWait(400);
+            for (const int signalNumber : signalNumbers)
+                QCOMPARE(::kill(pid_t(launcher->processId()), signalNumber), 0);
+            QTest::qWait(300);
+            writer.close();
+        }
         QVERIFY(EndedWith(*launcher, 0));
-        QVERIFY(ReadBytes(UserFile()).contains(" copy\""));
+        QVERIFY(EditIn(UserFile()));
         QVERIFY(!QFileInfo::exists(RecoveryFile()));
     }
 
-    void killedRunIsRecovered_data()
+    void recoveredAtTheNextStart_data()
     {
+        QTest::addColumn<QString>("recorded"); // the process identity in a state written here
         QTest::addColumn<QString>("answer");
+        QTest::addColumn<bool>("told");
         QTest::addColumn<bool>("kept");
-        QTest::newRow("kept") << "Keep Changes" << true;
-        QTest::newRow("discarded") << "Discard Changes" << false;
+        // The edit is on disk within a second; after SIGKILL the next start offers it once.
+        QTest::newRow("killed, kept") << "(killed)"
+                                      << "Keep Changes" << true << true;
+        QTest::newRow("killed, discarded") << "(killed)"
+                                           << "Discard Changes" << true << false;
+        // The recorded id now names a process that is no launcher (after a reboot, or ids
+        // wrapped).
+        QTest::newRow("id reused since") << "another boot:1"
+                                         << "Keep Changes" << true << true;
+        QTest::newRow("id reused since, state without identity")
+            << QString() << "Keep Changes" << true << true;
+        // The writer still runs: its state is its own, and even this run's clean exit leaves it.
+        QTest::newRow("writer still running") << "(live)"
+                                              << "Keep Changes" << false << false;
     }
 
-    // The edit is on disk within a second; after SIGKILL the next start offers it once.
-    void killedRunIsRecovered()
+    // Brought back or not, a state this run looked at goes with its clean exit.
+    void recoveredAtTheNextStart()
     {
+        QFETCH(QString, recorded);
         QFETCH(QString, answer);
-        QFETCH(bool, kept);
-        QProcess* killed = Start();
-        QVERIFY(WaitForLine(*killed, "edited"));
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(RecoveryFile()), 1500);
-        killed->kill();
-        QVERIFY(killed->waitForFinished(kWaitMs));
+        if (recorded == "(killed)") {
+            QProcess* killed = Start();
+            QVERIFY(WaitForLine(*killed, "edited"));
+            QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(RecoveryFile()), 1500);
+            killed->kill();
+            QVERIFY(killed->waitForFinished(kWaitMs));
+        } else {
+            auto* other = new QProcess(this);
+            m_running.append(other);
+            other->start("sleep", {"60"});
+            QVERIFY(other->waitForStarted());
+            if (recorded == "(live)")
+                recorded = ReadProcessState(other->processId()).identity;
+            UserFile::Loaded loaded = UserFile::Load({UserFile(), {}, {}});
+            QVERIFY(loaded.Ok());
+            ConfigModel edited = loaded.model;
+            edited.profiles.append({"Recovered copy", " -r", {0, 0, 0}});
+            QVERIFY(Recovery::Writer(RecoveryFile())
+                        .Write({QFileInfo(m_program).canonicalFilePath(), other->processId(),
+                                loaded.baseline.base, edited, recorded}));
+        }
 
         QProcess* next =
             Start({"NIMBRA_TEST_EDIT=0", "NIMBRA_TEST_CLOSE=1", "NIMBRA_TEST_ANSWER=" + answer});
-        QVERIFY(WaitForLine(*next, "box|Nimbra Mobile Emulator Launcher|The launcher did not "
-                                   "quit normally last time."));
         QVERIFY(EndedWith(*next, 0));
-        QCOMPARE(ReadBytes(UserFile()).contains(" copy\""), kept);
-        QVERIFY(!QFileInfo::exists(RecoveryFile()));
+        const QByteArray told = "box|Nimbra Mobile Emulator Launcher|The launcher did not quit "
+                                "normally last time.";
+        QTEST(next->readAll().contains(told), "told");
+        QTEST(EditIn(UserFile()), "kept");
+        QTEST(!QFileInfo::exists(RecoveryFile()), "told");
     }
 
     void failedUnattendedSaveLeavesTheEdit_data()
@@ -180,76 +226,11 @@ private slots:
         QVERIFY(WaitForLine(*launcher, "nimbra-mobile-launcher: your profiles could not be saved",
                             &line));
         QVERIFY(EndedWith(*launcher, 0));
-        if (!stateFolderUsable) {
-            QVERIFY2(line.contains("could not be kept for the next start in"), line.constData());
-            QVERIFY(!line.contains("the next start brings them back"));
-            return;
-        }
-        QVERIFY2(line.contains("the next start brings them back from"), line.constData());
-        QVERIFY(ReadBytes(RecoveryFile()).contains(" copy\""));
-    }
-
-    // A second quit signal while the save at exit runs (here it waits for another program to
-    // finish writing the file) neither ends the process nor loses the save.
-    void secondSignalDuringTheSave()
-    {
-        QProcess* launcher = Start();
-        QVERIFY(WaitForLine(*launcher, "edited"));
-        QFile writer(UserFile());
-        QVERIFY(writer.open(QIODevice::Append));
-        if (UserFile::WritersOf(UserFile()) != UserFile::Writers::Some)
-            QSKIP("open writers can't be told on this file system");
-        QCOMPARE(::kill(pid_t(launcher->processId()), SIGTERM), 0);
-        QTest::qWait(400);
-        QCOMPARE(::kill(pid_t(launcher->processId()), SIGTERM), 0);
-        QCOMPARE(::kill(pid_t(launcher->processId()), SIGINT), 0);
-        QTest::qWait(300);
-        writer.close();
-        QVERIFY(EndedWith(*launcher, 0));
-        QVERIFY(ReadBytes(UserFile()).contains(" copy\""));
-        QVERIFY(!QFileInfo::exists(RecoveryFile()));
-    }
-
-    void stateOfAnotherProcessId_data()
-    {
-        QTest::addColumn<QString>("recorded"); // the process identity in the state
-        QTest::addColumn<bool>("recovered");
-        // The id now names a process that is no launcher (after a reboot, or ids wrapped).
-        QTest::newRow("id reused since") << "another boot:1" << true;
-        QTest::newRow("id reused since, state without identity") << QString() << true;
-        // The writer still runs: its state is its own.
-        QTest::newRow("writer still running") << "(the live process's)" << false;
-    }
-
-    // A state whose recorded id names a live process is left alone only when that process is
-    // the run that wrote it; then even this run's clean exit leaves it.
-    void stateOfAnotherProcessId()
-    {
-        QFETCH(QString, recorded);
-        QFETCH(bool, recovered);
-        auto* other = new QProcess(this);
-        m_running.append(other);
-        other->start("sleep", {"60"});
-        QVERIFY(other->waitForStarted());
-        if (recorded.startsWith(u'('))
-            recorded = ReadProcessState(other->processId()).identity;
-
-        UserFile::Loaded loaded = UserFile::Load({UserFile(), {}, {}});
-        QVERIFY(loaded.Ok());
-        ConfigModel edited = loaded.model;
-        edited.profiles.append({"Recovered", " -r", {0, 0, 0}});
-        const Recovery::State state{QFileInfo(m_program).canonicalFilePath(), other->processId(),
-                                    loaded.baseline.base, edited, recorded};
-        QVERIFY(Recovery::Writer(RecoveryFile()).Write(state));
-
-        QProcess* next =
-            Start({"NIMBRA_TEST_EDIT=0", "NIMBRA_TEST_CLOSE=1", "NIMBRA_TEST_ANSWER=Keep Changes"});
-        QVERIFY(EndedWith(*next, 0));
-        const QByteArray said = next->readAll();
-        QCOMPARE(said.contains("The launcher did not quit normally last time."), recovered);
-        QCOMPARE(ReadBytes(UserFile()).contains("\"Recovered\""), recovered);
-        // Brought back, it went with the clean exit; the running writer's stays.
-        QCOMPARE(QFileInfo::exists(RecoveryFile()), !recovered);
+        const QByteArray promise = stateFolderUsable ? "the next start brings them back from"
+                                                     : "could not be kept for the next start in";
+        QVERIFY2(line.contains(promise), line.constData());
+        QVERIFY(stateFolderUsable ? EditIn(RecoveryFile())
+                                  : !line.contains("the next start brings them back"));
     }
 };
 

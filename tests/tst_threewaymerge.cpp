@@ -41,12 +41,6 @@ Profile With(Profile profile, const QString& arguments, int resolution = -2)
     return profile;
 }
 
-Profile Named(Profile profile, const QString& name)
-{
-    profile.name = name;
-    return profile;
-}
-
 } // namespace
 
 Q_DECLARE_METATYPE(Side)
@@ -72,7 +66,7 @@ private slots:
             << Side{Sizes, {Base, With(Phone, " -theirs"), Tablet}}
             << Side{Sizes,
                     {Base, With(Phone, " -mine"), Tablet,
-                     Named(With(Phone, " -theirs"), "Phone (2)")}};
+                     Profile{"Phone (2)", " -theirs", {1, 0, 0}}}};
         QTest::newRow("both made the same change")
             << Side{Sizes, {Base, With(Phone, " -same"), Tablet}}
             << Side{Sizes, {Base, With(Phone, " -same"), Tablet}}
@@ -93,9 +87,11 @@ private slots:
             << Side{Sizes, {Base, With(Phone, " -mine"), Tablet}} << Side{Sizes, {Base, Tablet}}
             << Side{Sizes, {Base, With(Phone, " -mine"), Tablet}};
         QTest::newRow("renamed here, edited there: both kept")
-            << Side{Sizes, {Base, Named(Phone, "Cell"), Tablet}}
+            << Side{Sizes, {Base, Profile{"Cell", " -gpu on", {1, 0, 0}}, Tablet}}
             << Side{Sizes, {Base, With(Phone, " -theirs"), Tablet}}
-            << Side{Sizes, {Base, Named(Phone, "Cell"), Tablet, With(Phone, " -theirs")}};
+            << Side{
+                   Sizes,
+                   {Base, Profile{"Cell", " -gpu on", {1, 0, 0}}, Tablet, With(Phone, " -theirs")}};
         QTest::newRow("options added on both sides, theirs first, choices renumbered")
             << Side{Sizes + QStringList{"Mine= -m"}, {Base, With(Phone, "", 3), Tablet}}
             << Side{QStringList{"Any=", "Tiny= -t"} + Sizes.mid(1),
