@@ -25,13 +25,13 @@ bool Fail(QFile& file, QString* errorString)
     return false;
 }
 
-// Writes data from the start of an open file until a write fails, and makes it that long.
-bool WriteAll(QFileDevice& file, const QByteArray& data)
+// Writes data at the file's position until a write fails.
+bool WriteAll(QFileDevice& file, QByteArrayView data)
 {
     // Unbuffered and written until a write fails: a short write carries no reason, the next
     // one fails with it ("File too large", "No space left on device").
     for (qsizetype written = 0; written < data.size();) {
-        const qint64 n = file.write(data.constData() + written, data.size() - written);
+        const qint64 n = file.write(data.data() + written, data.size() - written);
         if (n <= 0)
             return false;
         written += n;
@@ -88,17 +88,28 @@ bool WriteFileInPlace(const QString& path, const QByteArray& data, QString* erro
 bool WriteFileAtomically(const QString& path, const QByteArray& data, QString* errorString,
                          const QString& backupFolder)
 {
+    return WriteFileAtomically(path, QList<QByteArrayView>{data}, errorString, backupFolder);
+}
+
+bool WriteFileAtomically(const QString& path, const QList<QByteArrayView>& pieces,
+                         QString* errorString, const QString& backupFolder)
+{
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         const QFileInfo info(path);
-        if (info.isFile() && info.isWritable() && !QFileInfo(info.absolutePath()).isWritable())
+        if (info.isFile() && info.isWritable() && !QFileInfo(info.absolutePath()).isWritable()) {
+            QByteArray data;
+            for (const QByteArrayView piece : pieces)
+                data += piece;
             return WriteFileInPlace(path, data, errorString, backupFolder);
+        }
         return Fail(file, errorString);
     }
     // Written through QSaveFile itself: a QTextStream on top hides a failed write and lets
     // commit() replace the old file with a truncated one.
-    if (!WriteAll(file, data))
-        return Fail(file, errorString);
+    for (const QByteArrayView piece : pieces)
+        if (!WriteAll(file, piece))
+            return Fail(file, errorString);
     if (!file.commit()) {
         if (errorString)
             *errorString = file.errorString();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
+#include <QList>
 #include <QString>
 
 // Replaces the file at path with data, or leaves it untouched: the data goes to a temporary
@@ -10,6 +12,11 @@
 // A folder that can't take a new file, holding a file that can be written, is written in
 // place (WriteFileInPlace).
 bool WriteFileAtomically(const QString& path, const QByteArray& data,
+                         QString* errorString = nullptr, const QString& backupFolder = {});
+
+// The same for data given in pieces, written one after the other: a large text need not be
+// copied into one array first.
+bool WriteFileAtomically(const QString& path, const QList<QByteArrayView>& pieces,
                          QString* errorString = nullptr, const QString& backupFolder = {});
 
 // Writes data over the file at path in place: its old bytes are first kept in a copy,

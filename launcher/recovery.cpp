@@ -91,13 +91,18 @@ bool Writer::Write(const State& state, QString* errorString)
         m_baseText = Config::FormatUtf8(base);
     }
     ConfigModel model = state.model;
-    const QByteArray bytes = Intro + VersionMarker + QByteArray::number(FormatVersion) + '\n' +
-                             PidMarker + QByteArray::number(state.pid) + '\n' + ProcessMarker +
-                             state.process.toUtf8() + '\n' + LauncherMarker +
-                             state.launcher.toUtf8() + '\n' + Config::FormatUtf8(model) +
-                             BaseMarker.mid(1) + m_baseText + EndMarker.mid(1);
+    const QByteArray head = Intro + VersionMarker + QByteArray::number(FormatVersion) + '\n' +
+                            PidMarker + QByteArray::number(state.pid) + '\n' + ProcessMarker +
+                            state.process.toUtf8() + '\n' + LauncherMarker +
+                            state.launcher.toUtf8() + '\n';
+    const QByteArray text = Config::FormatUtf8(model);
     QDir().mkpath(QFileInfo(m_path).absolutePath());
-    return WriteFileAtomically(m_path, bytes, errorString);
+    // In pieces: the two texts are megabytes with many profiles, and one array of them all
+    // would be copied and faulted in again at every edit.
+    return WriteFileAtomically(m_path,
+                               {head, text, QByteArrayView(BaseMarker).sliced(1), m_baseText,
+                                QByteArrayView(EndMarker).sliced(1)},
+                               errorString);
 }
 
 ReadResult Read(const QString& path, const QString& executablePath, State* state, QString* reason)
