@@ -4,6 +4,7 @@
 #include "recovery.h"
 #include "userfile.h"
 
+#include <QDeadlineTimer>
 #include <QListWidget>
 #include <QMainWindow>
 #include <QSet>
@@ -146,6 +147,7 @@ private:
     Recovery::Writer m_recovery{QString()};
     bool m_recoveryFailureTold = false;
     QTimer* m_recoveryTimer = nullptr;
+    QDeadlineTimer m_recoveryLatest; // when the first edit not yet kept must be on disk
     QFileSystemWatcher* m_fileWatcher = nullptr;
     QTimer* m_mergeTimer = nullptr;
 

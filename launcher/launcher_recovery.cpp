@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -28,29 +29,22 @@ void MainWindow::ModelChanged()
     m_editedSinceSave = true;
     RefreshRunningRows();
     if (!m_recoveryTimer) {
-        // Restarted by each edit; the latest one, its child, runs from the first edit not yet
-        // kept and is not restarted, so a stream of edits is kept at least every second.
         m_recoveryTimer = new QTimer(this);
         m_recoveryTimer->setSingleShot(true);
-        m_recoveryTimer->setInterval(kRecoveryDelayMs);
         connect(m_recoveryTimer, &QTimer::timeout, this, &MainWindow::WriteRecoveryState);
-        auto* latest = new QTimer(m_recoveryTimer);
-        latest->setSingleShot(true);
-        latest->setInterval(kRecoveryLatestMs);
-        connect(latest, &QTimer::timeout, this, &MainWindow::WriteRecoveryState);
     }
-    auto* latest = m_recoveryTimer->findChild<QTimer*>();
-    if (!latest->isActive())
-        latest->start();
-    m_recoveryTimer->start();
+    // Restarted by each edit, but never past a second after the first edit not yet kept, so a
+    // stream of edits is kept at least that often.
+    if (!m_recoveryTimer->isActive())
+        m_recoveryLatest.setRemainingTime(kRecoveryLatestMs);
+    m_recoveryTimer->start(
+        int(std::min<qint64>(kRecoveryDelayMs, m_recoveryLatest.remainingTime())));
 }
 
 void MainWindow::WriteRecoveryState()
 {
-    if (m_recoveryTimer) {
+    if (m_recoveryTimer)
         m_recoveryTimer->stop();
-        m_recoveryTimer->findChild<QTimer*>()->stop();
-    }
     QString reason;
     if (!m_recovery.Write(Recovery::OfThisRun(m_baseline.base, m_model), &reason) &&
         !m_recoveryFailureTold) {
