@@ -174,7 +174,7 @@ void MainWindow::FillControls()
 {
     QStringList names;
     names.reserve(m_profiles.size());
-    for (const Profile& profile : std::as_const(m_profiles))
+    for (const Profile& profile : m_profiles)
         names.append(profile.name);
     m_profileList->addItems(names);
     m_profileList->setCurrentRow(0);
@@ -228,9 +228,7 @@ void MainWindow::RefreshAddUpdateButton()
 {
     const int row = m_profileList->currentRow();
     m_addUpdateButton->setText(row == 0 ? QStringLiteral("Add") : QStringLiteral("Update"));
-    // Read without a copy: the list is shared with the baseline until something changes it.
-    m_addUpdateButton->setEnabled(GetControlsValueText() !=
-                                  GetProfileValue(std::as_const(m_profiles)[row]));
+    m_addUpdateButton->setEnabled(GetControlsValueText() != GetProfileValue(m_profiles[row]));
     // Every change of the controls and of the row ends here; so do these.
     RefreshCommandPreview();
     RefreshProfileActions();
@@ -242,8 +240,8 @@ void MainWindow::OnProfileChanged(int index)
         return;
     // Each change runs that control's slot at once; they all end in a refresh.
     for (const OptionKind kind : AllOptionKinds)
-        ComboBox(kind)->setCurrentIndex(ChosenIndex(std::as_const(m_profiles)[index], kind));
-    m_argumentsEdit->setText(std::as_const(m_profiles)[index].arguments);
+        ComboBox(kind)->setCurrentIndex(ChosenIndex(m_profiles[index], kind));
+    m_argumentsEdit->setText(m_profiles[index].arguments);
     m_removeProfileButton->setEnabled(index != 0);
     RefreshAddUpdateButton();
 }

@@ -131,7 +131,9 @@ private:
     void FillProfileList();
 
     ConfigModel m_model;
-    QList<Profile>& m_profiles = m_model.profiles;
+    // Read-only: the list is shared with the baseline and the undo history, and a write through
+    // a non-const view copies all of it. Edits name m_model.profiles.
+    const QList<Profile>& m_profiles = m_model.profiles;
     QList<ConfigSection>& m_sections = m_model.sections;
     ProfileQListWidget* m_profileList = nullptr;
     QPushButton* m_addUpdateButton = nullptr;

@@ -33,7 +33,7 @@ void MainWindow::OnAddUpdateProfile()
     const EditStart before = BeginEdit();
     const int row = m_profileList->currentRow();
     if (row != 0) {
-        CopyControlsToProfile(m_profiles[row]);
+        CopyControlsToProfile(m_model.profiles[row]);
         RefreshAddUpdateButton();
         EditCommitted(QStringLiteral("Update Profile"), before);
         return;
@@ -58,7 +58,7 @@ void MainWindow::OnAddUpdateProfile()
             Profile profile;
             profile.name = name;
             CopyControlsToProfile(profile);
-            m_profiles.append(profile);
+            m_model.profiles.append(profile);
             m_profileList->addItem(name);
             m_profileList->setCurrentRow(m_profiles.size() - 1);
             EditCommitted(QStringLiteral("Add Profile"), before);
@@ -68,7 +68,7 @@ void MainWindow::OnAddUpdateProfile()
                 this, AddProfileTitle,
                 QStringLiteral("This profile already exists. Do you want to replace it?"),
                 QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::NoButton) == QMessageBox::Ok) {
-            CopyControlsToProfile(m_profiles[existing]);
+            CopyControlsToProfile(m_model.profiles[existing]);
             m_profileList->setCurrentRow(existing);
             // Replacing the first profile leaves row 0 current, so no row change refreshes.
             RefreshAddUpdateButton();
@@ -91,7 +91,7 @@ void MainWindow::OnRemoveProfile()
     const QString name = m_profiles[row].name;
     // The profile goes first: taking the current row out selects a neighbour at once, and
     // its slot must find rows and profiles in step.
-    m_profiles.removeAt(row);
+    m_model.profiles.removeAt(row);
     delete m_profileList->takeItem(row);
     m_profileList->setCurrentRow(0);
     EditCommitted(QStringLiteral("Remove Profile"), before);

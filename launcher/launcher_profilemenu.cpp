@@ -170,7 +170,7 @@ void MainWindow::LaunchWithArguments()
 void MainWindow::DuplicateCurrentProfile()
 {
     const EditStart before = BeginEdit();
-    const int copy = ::DuplicateProfile(m_profiles, m_profileList->currentRow());
+    const int copy = ::DuplicateProfile(m_model.profiles, m_profileList->currentRow());
     m_profileList->insertItem(copy, m_profiles[copy].name);
     m_profileList->setCurrentRow(copy);
     EditCommitted(QStringLiteral("Duplicate Profile"), before);
@@ -196,7 +196,7 @@ void MainWindow::RenameCurrentProfile()
     }
     const EditStart before = BeginEdit();
     const QString oldName = m_profiles[row].name;
-    m_profiles[row].name = name;
+    m_model.profiles[row].name = name;
     m_profileList->item(row)->setText(name);
     // The name is part of the command the preview shows.
     RefreshAddUpdateButton();
@@ -213,7 +213,7 @@ void MainWindow::MoveCurrentProfile(int delta)
 {
     const EditStart before = BeginEdit();
     const int row = m_profileList->currentRow();
-    const int target = ::MoveProfile(m_profiles, row, delta);
+    const int target = ::MoveProfile(m_model.profiles, row, delta);
     if (target < 0)
         return;
     for (int i = std::min(row, target); i <= std::max(row, target); ++i)

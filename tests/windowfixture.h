@@ -17,7 +17,7 @@ class WindowFixture
     using View = const MainWindow&;
 
 public:
-    static QList<Profile>& Profiles(MainWindow& w) { return w.m_profiles; }
+    static QList<Profile>& Profiles(MainWindow& w) { return w.m_model.profiles; }
     static QList<ConfigSection>& Sections(MainWindow& w) { return w.m_sections; }
     static ConfigModel& Model(MainWindow& w) { return w.m_model; }
     static ProfileQListWidget* ProfileList(View w) { return w.m_profileList; }
