@@ -25,8 +25,10 @@ bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* v
 // Receives each entry as the reader completes it, with its section's index.
 using EntrySink = std::function<void(int section, OptionEntry&& entry)>;
 
-// ReadFile's reading, ReadChunkBytes at a time, handing each entry to sink instead of keeping
-// it: a reader that needs only some of the file touches no memory for the rest.
+// ReadFile's reading, handing each entry to sink instead of keeping it: a reader that needs
+// only some of the file touches no memory for the rest. The file is read ReadChunkBytes at a
+// time: the same few buffers serve a file of any size, where fresh memory for a whole large
+// file cost more than decoding it.
 constexpr qsizetype ReadChunkBytes = 64 * 1024;
 bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version);
 

@@ -6,7 +6,6 @@
 
 #include <QFile>
 
-#include <algorithm>
 #include <utility>
 
 namespace Config {
@@ -144,22 +143,6 @@ EntrySink AppendTo(QList<ConfigSection>& sections)
     };
 }
 
-bool ReadDevice(const QString& fileName, qsizetype chunkBytes, const EntrySink& sink,
-                qint32* version)
-{
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return false;
-    Reader reader{sink};
-    TextIO::ReadLines(
-        file, chunkBytes < 0 ? std::max(file.size(), ReadChunkBytes) : chunkBytes,
-        [&reader](QStringView line) { ReadLine(reader, line); },
-        [&reader] { reader.KeepEntryLine(); });
-    ReadEnd(reader);
-    *version = reader.version;
-    return true;
-}
-
 } // namespace
 
 bool IsAcceptedVersion(qint32 version)
@@ -198,23 +181,27 @@ qint32 ReadText(QStringView text, QList<ConfigSection>& sections)
     return reader.version;
 }
 
-bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version)
+bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version)
 {
-    QList<ConfigSection> read = NewSections();
-    // In one piece, as the model is kept anyway. In chunks, loading a large file again and
-    // again took twice as long: freeing no large block left the C library's trim threshold low,
-    // so it handed each model's memory back to the system and the next load faulted it in anew.
-    if (!ReadDevice(fileName, -1, AppendTo(read), version))
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return false;
-    sections = std::move(read);
+    Reader reader{sink};
+    TextIO::ReadLines(
+        file, ReadChunkBytes, [&reader](QStringView line) { ReadLine(reader, line); },
+        [&reader] { reader.KeepEntryLine(); });
+    ReadEnd(reader);
+    *version = reader.version;
     return true;
 }
 
-bool ReadFileEntries(const QString& fileName, const EntrySink& sink, qint32* version)
+bool ReadFile(const QString& fileName, QList<ConfigSection>& sections, qint32* version)
 {
-    // In chunks: a reader that keeps little touches little fresh memory, most of a short-lived
-    // reader's time.
-    return ReadDevice(fileName, ReadChunkBytes, sink, version);
+    QList<ConfigSection> read = NewSections();
+    if (!ReadFileEntries(fileName, AppendTo(read), version))
+        return false;
+    sections = std::move(read);
+    return true;
 }
 
 } // namespace Config

@@ -2,6 +2,7 @@
 
 #include "exactlines.h"
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 
@@ -146,21 +147,24 @@ bool ParseSavedValue(QStringView value, const QList<ConfigSection>& sections, Pr
     qint32 chosen[OptionKindCount];
     for (const OptionKind kind : AllOptionKinds) {
         const QString& name = sections[SectionIndex(kind)].name;
-        if (!value.mid(pos).startsWith(name) || value.size() <= pos + name.size() ||
-            value[pos + name.size()] != u' ')
+        if (value.size() <= pos + name.size() || value[pos + name.size()] != u' ' ||
+            !std::equal(name.begin(), name.end(), value.begin() + pos))
             return false;
         pos += name.size() + 1;
         const qsizetype digits = pos;
+        qint32 number = 0; // nine digits at most: no overflow
         while (pos < value.size() && value[pos] >= u'0' && value[pos] <= u'9' && pos - digits < 9)
-            ++pos;
+            number = number * 10 + (value[pos++].unicode() - u'0');
         if (pos == digits || pos == value.size() || value[pos] != u' ')
             return false;
-        chosen[int(kind)] = value.mid(digits, pos - digits).toInt();
+        chosen[int(kind)] = number;
         ++pos;
     }
     const QStringView rest = value.mid(pos);
     for (qsizetype i = 0; i < rest.size(); ++i) {
         const QChar c = rest[i];
+        if (c > u' ' && c < u'\x7f' && c != u'[')
+            continue; // printable ASCII but '[': nearly every character, decided at once
         const bool lone = c == u' ' && i > 0 && i + 1 < rest.size() && rest[i + 1] != u' ';
         if ((IsValueSpace(c) && !lone) || c == u'[')
             return false;
@@ -168,9 +172,10 @@ bool ParseSavedValue(QStringView value, const QList<ConfigSection>& sections, Pr
     for (const OptionKind kind : AllOptionKinds)
         ChosenIndex(profile, kind) = chosen[int(kind)];
     if (!rest.isEmpty()) {
-        profile.arguments.reserve(rest.size() + 1);
-        profile.arguments += u' ';
-        profile.arguments += rest;
+        profile.arguments = QString(rest.size() + 1, Qt::Uninitialized);
+        QChar* out = profile.arguments.data();
+        *out++ = u' ';
+        std::copy(rest.begin(), rest.end(), out);
     }
     return true;
 }

@@ -17,6 +17,8 @@ struct OptionEntry
     QString key;
     QString value;
 };
+// A growing list of thousands moves them by memory, not one by one into fresh memory.
+Q_DECLARE_TYPEINFO(OptionEntry, Q_RELOCATABLE_TYPE);
 
 // Entries are the same option only when both key and value agree.
 inline bool operator==(const OptionEntry& a, const OptionEntry& b)
@@ -50,6 +52,7 @@ struct Profile
     QString arguments;
     qint32 optionIndex[OptionKindCount] = {0, 0, 0};
 };
+Q_DECLARE_TYPEINFO(Profile, Q_RELOCATABLE_TYPE);
 
 inline bool operator==(const Profile& a, const Profile& b)
 {

@@ -139,6 +139,12 @@ private slots:
         QTest::newRow("sections anywhere, one without number dropped, a later one overrides")
             << "[Input] 3 x [Resolution] [PixelDensity] 2 -y [Input] 4 [Resolution]"
             << Profile{"", " x -y", {0, 2, 4}};
+        QTest::newRow("the saver's layout, then a section that overrides it")
+            << "[Resolution] 1 [PixelDensity] 2 [Input] 0 -a [Input] 1"
+            << Profile{"", " -a", {1, 2, 1}};
+        QTest::newRow("the saver's layout, arguments apart by a no-break space")
+            << QStringLiteral("[Resolution] 1 [PixelDensity] 2 [Input] 0 -a\u00a0-b")
+            << Profile{"", " -a -b", {1, 2, 0}};
         // The separators are what trimmed() strips when saving, Unicode spaces included, so a
         // saved value cannot turn into a section token on the way back.
         QTest::newRow("no-break space separates, index wraps to 32 bits")

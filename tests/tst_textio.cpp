@@ -93,13 +93,10 @@ private slots:
         const QString path = dir.filePath("Launcher.ini");
         for (qsizetype shift = tail.indexOf("[Resolution]"); shift <= tail.size(); ++shift) {
             const QByteArray padding = '#' + QByteArray(Config::ReadChunkBytes - shift - 3, ' ');
-            QList<ConfigSection> read = Config::NewSections();
-            const auto keep = [&read](int s, OptionEntry&& entry) {
-                read[s].entries.append(entry);
-            };
+            QList<ConfigSection> read;
             qint32 version = 0;
             QVERIFY(WriteText(path, padding + "\r\n" + end) &&
-                    Config::ReadFileEntries(path, keep, &version));
+                    Config::ReadFile(path, read, &version));
             QCOMPARE(read, written.sections);
         }
     }
